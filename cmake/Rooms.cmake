@@ -1,0 +1,23 @@
+# kallo_room(NAME [USES OTHER_ROOMS_OR_LIBRARIES...] [EXCEPT SOURCES...])
+# One static library a room: every source file of its folder (but those under EXCEPT, which make
+# programs). Its headers are included as "room/header.h"; each room sees, besides its own folder,
+# just the folders of the rooms that it names under USES, so a forbidden include does not compile.
+function(kallo_room NAME)
+    cmake_parse_arguments(ROOM "" "" "USES;EXCEPT" ${ARGN})
+    file(GLOB sources CONFIGURE_DEPENDS *.cpp)
+    foreach(program ${ROOM_EXCEPT})
+        list(REMOVE_ITEM sources ${CMAKE_CURRENT_SOURCE_DIR}/${program})
+    endforeach()
+    set(view ${CMAKE_BINARY_DIR}/rooms/${NAME})
+    file(MAKE_DIRECTORY ${view})
+    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${view}/${NAME} SYMBOLIC)
+    if(sources)
+        add_library(kallo_${NAME} STATIC ${sources})
+        set(visibility PUBLIC)
+    else()
+        add_library(kallo_${NAME} INTERFACE)
+        set(visibility INTERFACE)
+    endif()
+    target_include_directories(kallo_${NAME} ${visibility} ${view})
+    target_link_libraries(kallo_${NAME} ${visibility} ${ROOM_USES})
+endfunction()
