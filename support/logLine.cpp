@@ -75,6 +75,11 @@ void appendFormatted(std::string& text, const char* format, va_list arguments) {
     text.pop_back();
 }
 
+void writeError(const std::string& text) {
+    const PipeSignalGuard guard;
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+}
+
 }  // namespace
 
 void logLine(Colour colour, const LogSource& source, const char* format, ...) noexcept {
@@ -90,10 +95,18 @@ void logLine(Colour colour, const LogSource& source, const char* format, ...) no
     if (colour != Colour::none) {
         text.append(kColourEnd);
     }
-    {
-        const PipeSignalGuard guard;
-        [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
-    }
+    writeError(text);
+    errno = savedErrno;
+}
+
+void printError(const char* format, ...) noexcept {
+    const int savedErrno = errno;
+    std::string text;
+    va_list arguments;
+    va_start(arguments, format);
+    appendFormatted(text, format, arguments);
+    va_end(arguments);
+    writeError(text);
     errno = savedErrno;
 }
 

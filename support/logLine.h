@@ -28,6 +28,10 @@ struct LogSource {
 [[gnu::format(printf, 3, 4)]] void logLine(Colour colour, const LogSource& source,
                                            const char* format, ...) noexcept;
 
+/// Writes `format`, filled as by printf(3), to standard error with one write(2), without SIGPIPE:
+/// for lines whose form is not that of logLine. Any thread; errno is left unchanged.
+[[gnu::format(printf, 1, 2)]] void printError(const char* format, ...) noexcept;
+
 /// Writes to standard output as printf(3) does, without the SIGPIPE of a reader that is gone.
 /// Any thread; errno is left unchanged.
 [[gnu::format(printf, 1, 2)]] void printOut(const char* format, ...) noexcept;
