@@ -1,0 +1,220 @@
+#include "nasbox/iniFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <memory>
+
+namespace {
+
+/// The name in a header line, empty for "[]" and for a header that is never closed (it ends the
+/// section before it all the same); nothing for any other line.
+std::optional<std::string_view> headerName(std::string_view line) {
+    const size_t bracket = line.find_first_not_of(' ');
+    if (bracket == std::string_view::npos || line[bracket] != '[') {
+        return std::nullopt;
+    }
+    const std::string_view rest = line.substr(bracket + 1);
+    const size_t close = rest.find(']');
+    return close == std::string_view::npos ? std::string_view() : rest.substr(0, close);
+}
+
+/// The key of a "key = value" line; one blank before the "=" belongs to the sign.
+std::optional<std::string_view> lineKey(std::string_view line) {
+    const size_t equals = line.find('=');
+    if (equals == std::string_view::npos) {
+        return std::nullopt;
+    }
+    line = line.substr(0, equals);
+    line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+    if (!line.empty() && line.back() == ' ') {
+        line.remove_suffix(1);
+    }
+    return line;
+}
+
+std::string_view lineValue(std::string_view line) {
+    line.remove_prefix(line.find('='));
+    line.remove_prefix(std::min(line.find_first_not_of("= "), line.size()));
+    return line;
+}
+
+/// An error text when a reader would not find the words again, else null.
+const char* refusal(std::string_view section, std::string_view key, std::string_view value) {
+    const std::string_view lineEnds("\n\0", 2);
+    if (section.empty() || key.empty()) {
+        return "the section and the key must not be empty";
+    }
+    if (section.find_first_of(lineEnds) != section.npos ||
+        key.find_first_of(lineEnds) != key.npos || value.find_first_of(lineEnds) != value.npos) {
+        return "a line feed cannot be stored";
+    }
+    if (section.find(']') != section.npos) {
+        return "a section name cannot hold \"]\"";
+    }
+    if (key.find('=') != key.npos || key.front() == ' ' || key.front() == '[') {
+        return "a key cannot hold \"=\", nor begin with a blank or \"[\"";
+    }
+    if (!value.empty() && (value.front() == ' ' || value.front() == '=')) {
+        return "a value cannot begin with a blank or \"=\"";
+    }
+    if (key.size() + 3 + value.size() > IniFile::kLongestLine ||
+        section.size() + 2 > IniFile::kLongestLine) {
+        return "the line would be longer than 1022 bytes";
+    }
+    return nullptr;
+}
+
+/// The file behind `path`, so that a link stays a link when its file is replaced.
+std::string linkTarget(const std::string& path) {
+    const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
+                                                           &std::free);
+    return real ? real.get() : path;
+}
+
+std::string directoryOf(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
+int writeAll(int fd, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t count = write(fd, text.data(), text.size());
+        if (count < 0 && errno != EINTR) {
+            return -1;
+        }
+        text.remove_prefix(count < 0 ? 0 : static_cast<size_t>(count));
+    }
+    return 0;
+}
+
+/// Gives the new file the mode and owner of the one it replaces.
+int adoptAttributes(int fd, const std::string& oldPath) {
+    struct stat old = {};
+    struct stat mine = {};
+    if (stat(oldPath.c_str(), &old) != 0) {
+        const mode_t mask = umask(0);
+        umask(mask);
+        return errno == ENOENT ? fchmod(fd, 0644 & ~mask) : -1;
+    }
+    if (fstat(fd, &mine) != 0) {
+        return -1;
+    }
+    if ((mine.st_uid != old.st_uid || mine.st_gid != old.st_gid) &&
+        fchown(fd, old.st_uid, old.st_gid) != 0) {
+        return -1;
+    }
+    return fchmod(fd, old.st_mode & 07777);
+}
+
+/// Makes the rename itself durable. A file system without directory syncs is no failure.
+void syncDirectory(const std::string& directory) {
+    const int fd = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd >= 0) {
+        fsync(fd);
+        close(fd);
+    }
+}
+
+}  // namespace
+
+int IniFile::load(const std::string& path) {
+    m_lines.clear();
+    std::ifstream file(path, std::ios::binary);
+    if (!file.is_open()) {
+        return errno == ENOENT ? 0 : -1;
+    }
+    for (std::string line; std::getline(file, line);) {
+        m_lines.push_back(line);
+    }
+    return file.bad() ? -1 : 0;
+}
+
+std::optional<std::string> IniFile::value(std::string_view section, std::string_view key) const {
+    const std::optional<Section> place = findSection_(section);
+    const std::optional<size_t> line = place ? findKey_(*place, key) : std::nullopt;
+    return line ? std::optional(std::string(lineValue(m_lines[*line]))) : std::nullopt;
+}
+
+const char* IniFile::set(std::string_view section, std::string_view key, std::string_view value) {
+    if (const char* reason = refusal(section, key, value)) {
+        return reason;
+    }
+    const std::string line = std::string(key) + " = " + std::string(value);
+    const std::optional<Section> place = findSection_(section);
+    if (!place) {
+        if (!m_lines.empty() && !m_lines.back().empty()) {
+            m_lines.emplace_back();
+        }
+        m_lines.push_back("[" + std::string(section) + "]");
+        m_lines.push_back(line);
+        return nullptr;
+    }
+    if (const std::optional<size_t> old = findKey_(*place, key)) {
+        m_lines[*old] = line;
+        return nullptr;
+    }
+    // Blank lines at the end of a section set it off from the next one; they stay behind the key.
+    size_t end = place->end;
+    while (end > place->begin && m_lines[end - 1].empty()) {
+        --end;
+    }
+    m_lines.insert(m_lines.begin() + static_cast<std::ptrdiff_t>(end), line);
+    return nullptr;
+}
+
+int IniFile::save(const std::string& path) const {
+    std::string text;
+    for (const std::string& line : m_lines) {
+        text += line + '\n';
+    }
+    const std::string target = linkTarget(path);
+    std::string temporary = target + ".XXXXXX";
+    const int fd = mkostemp(temporary.data(), O_CLOEXEC);
+    if (fd < 0) {
+        return -1;
+    }
+    const bool stored =
+        writeAll(fd, text) == 0 && adoptAttributes(fd, target) == 0 && fsync(fd) == 0;
+    int reason = errno;
+    const bool closed = close(fd) == 0;
+    if (stored && closed && rename(temporary.c_str(), target.c_str()) == 0) {
+        syncDirectory(directoryOf(target));
+        return 0;
+    }
+    reason = stored ? errno : reason;
+    unlink(temporary.c_str());
+    errno = reason;
+    return -1;
+}
+
+std::optional<IniFile::Section> IniFile::findSection_(std::string_view name) const {
+    std::optional<Section> found;
+    for (size_t i = 0; i < m_lines.size(); ++i) {
+        const std::optional<std::string_view> header = headerName(m_lines[i]);
+        if (header && found) {
+            found->end = i;
+            return found;
+        }
+        if (header == name && !name.empty()) {
+            found = Section{i + 1, m_lines.size()};
+        }
+    }
+    return found;
+}
+
+std::optional<size_t> IniFile::findKey_(const Section& section, std::string_view key) const {
+    for (size_t i = section.end; i > section.begin; --i) {
+        if (lineKey(m_lines[i - 1]) == key) {
+            return i - 1;
+        }
+    }
+    return std::nullopt;
+}
