@@ -15,7 +15,6 @@
 
 #include "packages/registry.h"
 #include "support/commandOutput.h"
-#include "support/leave.h"
 #include "support/logLine.h"
 
 namespace {
@@ -66,7 +65,7 @@ std::string installDirectory(const std::string& vexaName) {
             }
         }
     }
-    support::leaveNow(0);
+    _exit(0);
 }
 
 void logForkFailure() {
@@ -82,7 +81,7 @@ void logForkFailure() {
     if (grandchild == -1) {
         logForkFailure();
     }
-    support::leaveNow(0);
+    _exit(0);
 }
 
 }  // namespace
@@ -108,9 +107,10 @@ std::deque<ServiceRequest> parseServiceRequests(std::string_view text) {
 
 std::vector<std::string> installPathCommand(const std::string& vexaName) {
     if (vexaName.find(kVirtualMachine) != std::string::npos) {
-        return {kReadTool, "ZelvKVM", vexaName.substr(kVirtualMachine.size()), "-f", kRegistryFile};
+        return {packages::kReadTool, "ZelvKVM", vexaName.substr(kVirtualMachine.size()), "-f",
+                packages::kRegistryFile};
     }
-    return {kReadTool, vexaName, "Install_Path", "-f", kRegistryFile};
+    return {packages::kReadTool, vexaName, "Install_Path", "-f", packages::kRegistryFile};
 }
 
 VexaBind::VexaBind(const std::string& path) : m_path(path) {}
@@ -140,6 +140,16 @@ int VexaBind::init() {
 
 void VexaBind::start() {
     m_thread = std::thread(&VexaBind::threadBody, this);
+}
+
+void VexaBind::stop() {
+    if (!m_thread.joinable()) {
+        return;
+    }
+    m_stopRequest = 1;
+    // The reader looks at the request only after a read has returned.
+    [[maybe_unused]] const ssize_t written = write(m_fifoFd, "\n", 1);
+    m_thread.join();
 }
 
 void VexaBind::threadBody() {

@@ -36,7 +36,7 @@ class VexaBind {
     VexaBind(const VexaBind&) = delete;
     VexaBind& operator=(const VexaBind&) = delete;
 
-    /// Closes the pipe; its file stays. A thread that was started must have been joined, else the
+    /// Closes the pipe; its file stays. A thread that was started must have been stopped, else the
     /// process terminates.
     ~VexaBind();
 
@@ -51,12 +51,9 @@ class VexaBind {
     /// Reads requests and serves them until a stop is requested. Requires init().
     void threadBody();
 
-    /// Makes the reader leave when it has served what it reads next: a reader that waits needs one
-    /// more write to the pipe to see it. Any thread.
-    void requestStop() noexcept { m_stopRequest = 1; }
-
-    /// Waits for the started thread to leave.
-    void join() { m_thread.join(); }
+    /// Stops the started thread once it has served what it reads, and waits for it; does nothing
+    /// without one. Any thread but the reader itself.
+    void stop();
 
   private:
     void serve_(const ServiceRequest& request) const;
