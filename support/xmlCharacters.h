@@ -1,0 +1,79 @@
+// Classes and lengths of characters: one table lookup each. Internal to the XML library.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "support/xmlParser.h"
+
+namespace support::xml {
+
+enum CharacterClass : uint8_t {
+    space = 1,       // separates tokens
+    wordStop = 2,    // ends a text token, a slash only before ">"
+    pieceStop = 4,   // must be looked at in the text between tags
+    quoteStop = 8,   // must be looked at in quoted text
+    upperCase = 16,  // ASCII letters whose lower case is 32 higher
+};
+
+constexpr std::array<uint8_t, 256> makeCharacterClasses() {
+    std::array<uint8_t, 256> classes{};
+    auto mark = [&classes](std::string_view characters, uint8_t bits) {
+        for (const char character : characters) {
+            classes[static_cast<unsigned char>(character)] |= bits;
+        }
+    };
+    mark(" \t\n\r", space | wordStop);
+    mark("/=", wordStop);
+    mark(std::string_view("<>\0", 3), wordStop | pieceStop | quoteStop);
+    mark("&\"'", pieceStop | quoteStop);
+    mark("ABCDEFGHIJKLMNOPQRSTUVWXYZ", upperCase);
+    return classes;
+}
+
+inline constexpr std::array<uint8_t, 256> characterClasses = makeCharacterClasses();
+
+inline bool isA(char character, CharacterClass wanted) {
+    return (characterClasses[static_cast<unsigned char>(character)] & wanted) != 0;
+}
+inline char lowerCase(char character) {
+    return isA(character, upperCase) ? static_cast<char>(character + 32) : character;
+}
+
+/// Whether `text`, which ends with a zero byte, begins with `start`, ASCII letter case ignored.
+inline bool startsWithIgnoringCase(const char* text, std::string_view start) {
+    for (const char character : start) {
+        if (lowerCase(*text++) != lowerCase(character)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// The first position at or after `text` whose character is of class `stop`. The zero byte that
+/// ends a text must be of that class.
+template <typename Character>
+inline Character* findClass(Character* text, CharacterClass stop) {
+    while (!isA(*text, stop)) {
+        ++text;
+    }
+    return text;
+}
+
+inline char* skipSpace(char* text) {
+    while (isA(*text, space)) {
+        ++text;
+    }
+    return text;
+}
+
+/// Bytes of the character at `text` in `encoding`, before the end at `end`: what the first byte
+/// announces, or 1 when the bytes that it announces do not follow. 0 at a zero byte.
+size_t characterLength(const char* text, const char* end, XMLEncoding encoding);
+
+/// The name of `encoding` in a written declaration.
+const char* encodingName(XMLEncoding encoding);
+
+}  // namespace support::xml
