@@ -1,0 +1,128 @@
+// The packages on the screen: which of them the session's user may see and start, and starting
+// one.
+#include <algorithm>
+#include <cstdio>
+
+#include "agent/agentLog.h"
+#include "agent/desktopCheck.h"
+#include "agent/kalloagent.h"
+#include "agent/response.h"
+#include "agent/settings.h"
+#include "support/commandOutput.h"
+#include "support/wordSplit.h"
+
+namespace {
+
+constexpr const char* kAdministratorsGroup = "0";
+constexpr size_t kWorkspaceLimit = 1024;
+constexpr size_t kProcessCommand = 1024;
+
+const char* yesOrNo(bool value) {
+    return value ? "yes" : "no";
+}
+
+void addPackage(XMLNode& document, const PackageRecord& package) {
+    XMLNode item = document.addChild("item");
+    response::addElement(item, "name", package.name);
+    response::addElement(item, "displayName", package.Display_Name);
+    response::addElement(item, "version", package.Version);
+    response::addElement(item, "uuid", package.identifier);
+    response::addElement(item, "icon_phone", yesOrNo(!package.phoneIcon.empty()));
+    response::addElement(item, "icon_pad", yesOrNo(!package.padIcon.empty()));
+}
+
+void logPassedOver(int line, const char* reason, const PackageRecord& package) {
+    support::logLine(agentLog::Colour::request,
+                     agentLog::at(line, "void CKalloAgent::getVEXAList(resultContent_t&)"),
+                     "%s...:%s\n", reason, package.name.c_str());
+}
+
+/// Whether the process list has a line with `match`.
+bool isApplicationRunning(const std::string& match) {
+    char command[kProcessCommand];
+    snprintf(command, sizeof command, "/bin/ps aux | grep %s | grep -v grep", match.c_str());
+    const auto output = support::readCommandOutput(support::splitWords(command), 1);
+    return output && !output->empty();
+}
+
+}  // namespace
+
+bool CKalloAgent::isAdministrator_() {
+    std::vector<exportEnv_s> env;
+    getKALLOPrivateEnv(env);
+    const auto group = std::find_if(env.begin(), env.end(), [](const exportEnv_s& variable) {
+        return variable.name == "NasGroupID";
+    });
+    return group != env.end() && group->value == kAdministratorsGroup;
+}
+
+bool CKalloAgent::isMultiWinWorkspace_() {
+    const auto output = settings::read("TaskBar", "Enable", nullptr, kWorkspaceLimit);
+    if (output && output->empty()) {
+        agentLog::readFailed(1244, "bool CKalloAgent::isMultiWinWorkspace_()");
+    }
+    return output != "False" && output != "False\n";
+}
+
+void CKalloAgent::getVEXAList(resultContent_t& result) {
+    XMLNode document = beginAnswer_();
+    response::addKnown(document, "nas_model", m_model);
+    response::addKnown(document, "nas_internal_model", m_internalModel);
+    response::addKnown(document, "nas_display_name", m_displayName);
+    response::addKnown(document, "rux_ver", m_ruxVersion);
+    response::addKnown(document, "rux_build", m_ruxBuild);
+    response::addKnown(document, "rux_num", m_ruxNumber);
+    if (!isDesktopRunning()) {
+        response::addElement(document, "errRtn", response::codeText(response::kLoginRequired));
+    } else {
+        const PackageListPtr packages = m_vexaManager->packages();
+        response::addElement(document, "errRtn", response::codeText(response::kSuccess));
+        for (const PackageRecord& package : *packages) {
+            // Asked anew for every package: the user may change while the list is made.
+            if (!isAdministrator_() && package.AdminOnly) {
+                logPassedOver(484, ">>1 admin", package);
+            } else if (package.Enable) {
+                addPackage(document, package);
+            } else {
+                logPassedOver(489, ">>2 disable", package);
+            }
+        }
+    }
+    result.text = response::kDeclaration + response::render(document);
+    result.contentType = kTextAnswer;
+}
+
+void CKalloAgent::launch_(const XMLNode& param, resultContent_t& result) {
+    int code = response::kSuccess;
+    if (!isDesktopRunning()) {
+        code = response::kLoginRequired;
+    } else if (param.text() != nullptr) {
+        // A launch without a name starts nothing, and clients expect it to be a success.
+        code = launchPackage_(param.text());
+    }
+    errorResponse_(code, result);
+}
+
+int CKalloAgent::launchPackage_(const std::string& name) {
+    const PackageListPtr packages = m_vexaManager->packages();
+    const PackageRecord* package = findPackage(*packages, name);
+    if (package == nullptr) {
+        return response::kVexaNotFound;
+    }
+    if (package->AdminOnly && !isAdministrator_()) {
+        return response::kNoPermission;
+    }
+    const std::string match = m_vexaManager->exeFilename(name);
+    if (match.empty()) {
+        if (!isMultiWinWorkspace_()) {
+            m_vexaManager->stopAll();
+        }
+    } else if (isApplicationRunning(match)) {
+        const bool second = isMultiWinWorkspace_() && m_vexaManager->multiWindow(name) == 0;
+        return second ? response::kInvalidCommand : response::kSuccess;
+    }
+    std::vector<exportEnv_s> env;
+    getKALLOPrivateEnv(env);
+    m_vexaManager->startVexaExec(name, env, false);
+    return response::kSuccess;
+}

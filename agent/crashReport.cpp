@@ -1,0 +1,88 @@
+#include "agent/crashReport.h"
+
+#include <execinfo.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "agent/agentLog.h"
+
+namespace {
+
+constexpr const char* kCrashLog = "/var/log/kalloagent.core";
+constexpr mode_t kCrashLogMode = 0600;
+constexpr int kMaxFrames = 256;
+constexpr size_t kCrashLine = 1024;
+constexpr unsigned kReportSeconds = 10;
+
+void writeWhole(int fd, const char* text) {
+    [[maybe_unused]] const ssize_t written = write(fd, text, strlen(text));
+}
+
+/// Prints `line` and what `printedAfter` holds, and puts the line into the report file.
+void reportLine(int file, const char* line, const char* printedAfter) {
+    writeWhole(STDOUT_FILENO, line);
+    writeWhole(STDOUT_FILENO, printedAfter);
+    if (file >= 0) {
+        writeWhole(file, line);
+    }
+}
+
+void writeCrashReport(pid_t sender) {
+    const int file = open(kCrashLog, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kCrashLogMode);
+    void* frames[kMaxFrames];
+    const int count = backtrace(frames, kMaxFrames);
+    char** symbols = backtrace_symbols(frames, count);
+    char line[kCrashLine];
+    snprintf(line, sizeof line, "[sig:%d  sig->pid:%d] self:%d\n", SIGSEGV, sender, getpid());
+    reportLine(file, line, "\n");
+    for (int i = 0; i < count && symbols != nullptr; ++i) {
+        snprintf(line, sizeof line, "[sig:%d](%d): %s\n", SIGSEGV, i, symbols[i]);
+        reportLine(file, line, "");
+    }
+    free(symbols);
+    if (file >= 0) {
+        close(file);
+    }
+}
+
+/// Ends the process without exit handlers, which are not safe in a signal handler; builds with a
+/// sanitizer or coverage take them, because their runtimes report from there.
+[[noreturn]] void leave() {
+#ifdef KALLO_INSTRUMENTED
+    exit(0);
+#else
+    _exit(0);
+#endif
+}
+
+}  // namespace
+
+void signal_handler(int sig, siginfo_t* info, void* /*context*/) {
+    if (sig == SIGSEGV) {
+        // A crash that holds the allocator's lock would wait for itself in the report; nobody
+        // restarts a process that hangs.
+        signal(SIGALRM, SIG_DFL);
+        alarm(kReportSeconds);
+        support::logLine(agentLog::Colour::resultType,
+                         agentLog::at(__LINE__, "void signal_handler(int, siginfo_t*, void*)"),
+                         "sig:%d  pid:%d\n", SIGSEGV, info->si_pid);
+        writeCrashReport(info->si_pid);
+    }
+    leave();
+}
+
+void installSignalHandlers() {
+    // The first backtrace loads the unwinder, which a crash had better find loaded.
+    void* frame = nullptr;
+    backtrace(&frame, 1);
+    struct sigaction action {};
+    action.sa_sigaction = signal_handler;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_SIGINFO | SA_NOCLDWAIT | SA_RESTART;
+    sigaction(SIGSEGV, &action, nullptr);
+    sigaction(SIGINT, &action, nullptr);
+}

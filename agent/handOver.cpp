@@ -1,0 +1,34 @@
+#include "agent/handOver.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "support/directories.h"
+
+namespace handOver {
+namespace {
+
+constexpr mode_t kDirectoryMode = 0755;
+constexpr mode_t kFileMode = 0600;
+
+}  // namespace
+
+bool store(const char* text) {
+    support::makeDirectories(kDirectory, kDirectoryMode);
+    const int fd = open(kPasswordFile, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, kFileMode);
+    FILE* file = fd < 0 ? nullptr : fdopen(fd, "w+");
+    if (file == nullptr) {
+        return false;
+    }
+    const size_t length = strlen(text);
+    bool whole = length > 0 && fwrite(text, 1, length, file) == length;
+    whole = fflush(file) == 0 && whole;
+    whole = fsync(fd) == 0 && whole;
+    return fclose(file) == 0 && whole;
+}
+
+}  // namespace handOver

@@ -1,0 +1,13 @@
+// The file through which a login hands the password over to the local channel.
+#pragma once
+
+namespace handOver {
+
+inline constexpr const char* kDirectory = "/usr/share/.kallo";
+inline constexpr const char* kPasswordFile = "/usr/share/.kallo/.kallopw.log";
+
+/// Replaces the file's content by `text`, making the directory when missing; only root may read
+/// the file. Returns true when the whole text was written, flushed and closed without an error.
+bool store(const char* text);
+
+}  // namespace handOver

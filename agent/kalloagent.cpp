@@ -1,0 +1,246 @@
+#include "agent/kalloagent.h"
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "agent/agentLog.h"
+#include "socketcpp/TcpSocket.h"
+#include "socketcpp/UnixSocket.h"
+#include "support/confParser.h"
+#include "support/directories.h"
+
+using agentLog::at;
+using agentLog::Colour;
+using support::logLine;
+
+namespace {
+
+constexpr int kTcpPort = 9812;
+constexpr const char* kChannelPath = "/tmp/.kalloagent.channel";
+constexpr int kFileSystemName = -1;
+constexpr int kBacklog = 1;
+constexpr int kEventBatch = 100;
+
+constexpr const char* kSettingsDirectory = "/root/.config/ZELV";
+constexpr mode_t kSettingsMode = 0755;
+constexpr const char* kSettingsFiles[] = {"/root/.config/ZELV/KALLO.conf",
+                                          "/root/.config/ZELV/screen.conf"};
+
+constexpr const char* kInitialize = "int CKalloAgent::initialize()";
+constexpr const char* kExec = "int CKalloAgent::exec()";
+
+/// While it lives, an allocation that fails anywhere in the process says so and aborts.
+class NewFailureReport {
+  public:
+    NewFailureReport() : m_before(std::set_new_handler(&report)) {}
+    NewFailureReport(const NewFailureReport&) = delete;
+    NewFailureReport& operator=(const NewFailureReport&) = delete;
+    ~NewFailureReport() { std::set_new_handler(m_before); }
+
+  private:
+    [[noreturn]] static void report() {
+        // No memory is left to build a line from.
+        fprintf(stderr, "\033[1;31m[File:%s][Line:%d][Func:%s]: new() fail\n\033[m", "kalloagent",
+                __LINE__, "CKalloAgent::CKalloAgent()");
+        abort();
+    }
+
+    std::new_handler m_before;
+};
+
+bool watchForClients(int epollFd, int listener) {
+    epoll_event event{};
+    event.events = EPOLLIN;
+    event.data.fd = listener;
+    return epoll_ctl(epollFd, EPOLL_CTL_ADD, listener, &event) == 0;
+}
+
+/// One option of an accepted connection, and what is logged when it cannot be set.
+struct ConnectionOption {
+    int level;
+    int name;
+    int value;
+    const char* failure;
+};
+
+// A peer that is gone is noticed within some eight seconds. The three intervals share one text.
+constexpr ConnectionOption kKeepAlive[] = {
+    {SOL_SOCKET, SO_KEEPALIVE, 1, "set SO_KEEPALIVE fail\n"},
+    {IPPROTO_TCP, TCP_KEEPIDLE, 5, "set TCP_KEEPINTVL fail\n"},
+    {IPPROTO_TCP, TCP_KEEPINTVL, 1, "set TCP_KEEPINTVL fail\n"},
+    {IPPROTO_TCP, TCP_KEEPCNT, 3, "set TCP_KEEPINTVL fail\n"},
+};
+constexpr linger kLinger = {1, 1000};
+
+}  // namespace
+
+CKalloAgent::CKalloAgent() {
+    const NewFailureReport report;
+    readIdentity_();
+    m_tcpPtr.reset(corex::TcpSocket::CreateSocket(AF_INET, false));
+    m_unixPtr.reset(corex::UnixSocket::CreateSocket(SOCK_STREAM, false));
+    m_vexaManager = std::make_unique<CVexaManager>();
+    m_windowList = std::make_unique<std::vector<WindowInfo>>();
+    m_aesKeys = std::make_unique<AesKeys>();
+    credentialCipher::setKey(*m_aesKeys, credentialCipher::kCredentialKey.data(),
+                             static_cast<int>(credentialCipher::kCredentialKey.size()));
+}
+
+void CKalloAgent::readIdentity_() {
+    const struct {
+        const char* file;
+        struct {
+            const char* section;
+            const char* key;
+            std::string* value;
+        } keys[5];
+    } sources[] = {
+        {"/etc/config/vexa.conf", {{"Torvik", "Version", &m_torvikVersion}}},
+        {"/etc/platform.conf", {{"MISC", "DISPLAY_NAME", &m_displayName}}},
+        {"/etc/config/uVelt.conf",
+         {{"System", "Model", &m_model},
+          {"System", "Internal Model", &m_internalModel},
+          {"System", "Version", &m_ruxVersion},
+          {"System", "Build Number", &m_ruxBuild},
+          {"System", "Number", &m_ruxNumber}}},
+    };
+    for (const auto& source : sources) {
+        ConfParser file;
+        if (file.parseFile(source.file) != 0) {
+            continue;
+        }
+        for (const auto& key : source.keys) {
+            if (key.value != nullptr) {
+                *key.value = file.getValue(key.section, key.key);
+            }
+        }
+    }
+}
+
+int CKalloAgent::prepareSettings_() {
+    if (access(kSettingsDirectory, F_OK) != 0 &&
+        support::makeDirectories(kSettingsDirectory, kSettingsMode) != 0) {
+        return -1;
+    }
+    for (const char* path : kSettingsFiles) {
+        if (access(path, F_OK) != 0) {
+            FILE* file = fopen(path, "w+e");
+            if (file != nullptr) {
+                fclose(file);
+            }
+        }
+    }
+    return 0;
+}
+
+int CKalloAgent::initialize() {
+    // The desktop works without its settings files, so their failure stops nothing.
+    prepareSettings_();
+    if (!m_tcpPtr || m_tcpPtr->Bind(kTcpPort) != 0) {
+        logLine(Colour::error, at(__LINE__, kInitialize), "Tcp Socket bind at %d fail\n", kTcpPort);
+        return -1;
+    }
+    if (m_tcpPtr->Listen(kBacklog) != 0) {
+        logLine(Colour::error, at(__LINE__, kInitialize), "Tcp Socket Listen at %d fail\n",
+                kTcpPort);
+        return -1;
+    }
+    if (!m_unixPtr || m_unixPtr->Bind(kChannelPath, kFileSystemName) != 0) {
+        logLine(Colour::error, at(__LINE__, kInitialize), "Unix Socket bind at %s fail\n",
+                kChannelPath);
+        return -1;
+    }
+    if (m_unixPtr->Listen(kBacklog) != 0) {
+        // Log filters know this line by the port.
+        logLine(Colour::error, at(__LINE__, kInitialize), "Unix Socket Listen at %d fail\n",
+                kTcpPort);
+        return -1;
+    }
+    return 0;
+}
+
+int CKalloAgent::exec() {
+    const int epollFd = epoll_create1(EPOLL_CLOEXEC);
+    if (epollFd < 0) {
+        logLine(Colour::error, at(__LINE__, kExec), "epoll_create1() ... fail\n");
+        return -1;
+    }
+    const int tcp = m_tcpPtr->GetSocket();
+    const int local = m_unixPtr->GetSocket();
+    if (!watchForClients(epollFd, tcp) || !watchForClients(epollFd, local)) {
+        logLine(Colour::error, at(__LINE__, kExec), "epollAddWatch__() ... fail\n");
+        close(epollFd);
+        return -1;
+    }
+    epoll_event events[kEventBatch];
+    for (;;) {
+        const int count = epoll_wait(epollFd, events, kEventBatch, -1);
+        if (count < 0) {
+            const int reason = errno;
+            // The line is fixed, its "%s" included.
+            logLine(Colour::error, at(__LINE__, kExec), "epoll_wait() ...%%s fail\n");
+            if (reason == EINTR) {
+                continue;
+            }
+            close(epollFd);
+            return -1;
+        }
+        for (int i = 0; i < count; ++i) {
+            const bool readable = (events[i].events & EPOLLIN) != 0;
+            if (readable && events[i].data.fd == tcp) {
+                acceptTcp_();
+            }
+            if (readable && events[i].data.fd == local) {
+                acceptUnix_();
+            }
+        }
+    }
+}
+
+void CKalloAgent::acceptTcp_() {
+    std::unique_ptr<corex::Socket> connection(m_tcpPtr->Accept());
+    if (!connection) {
+        logLine(Colour::error, at(__LINE__, kExec), "(%s) m_tcpPtr ... fail\n", strerror(errno));
+        return;
+    }
+    tcpSocketConfig_(connection->GetSocket());
+    tcpProcess_(std::move(connection));
+}
+
+void CKalloAgent::acceptUnix_() {
+    std::unique_ptr<corex::Socket> connection(m_unixPtr->Accept());
+    if (!connection) {
+        // Both listeners share the line, which names the first.
+        logLine(Colour::error, at(__LINE__, kExec), "(%s) m_tcpPtr ... fail\n", strerror(errno));
+        return;
+    }
+    unixIpcProcess_(std::move(connection));
+}
+
+int CKalloAgent::tcpSocketConfig_(int fd) {
+    constexpr const char* kFunction = "int CKalloAgent::tcpSocketConfig_(int)";
+    int result = setsockopt(fd, SOL_SOCKET, SO_LINGER, &kLinger, sizeof kLinger);
+    if (result != 0) {
+        logLine(Colour::none, at(__LINE__, kFunction), "set SO_LINGER fail\n");
+        return result;
+    }
+    for (const ConnectionOption& option : kKeepAlive) {
+        result = setsockopt(fd, option.level, option.name, &option.value, sizeof option.value);
+        if (result != 0) {
+            logLine(Colour::none, at(__LINE__, kFunction), "%s", option.failure);
+            return result;
+        }
+    }
+    const int on = 1;
+    setsockopt(fd, SOL_SOCKET, SO_REUSEPORT, &on, sizeof on);
+    return 0;
+}

@@ -1,0 +1,205 @@
+// Logging a server user in to the desktop: the password is checked here and left for the desktop's
+// tools, the user is recorded in the settings, and the desktop takes over from there.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <cstring>
+
+#include "accounts/accountStore.h"
+#include "agent/agentLog.h"
+#include "agent/desktopCheck.h"
+#include "agent/handOver.h"
+#include "agent/kalloagent.h"
+#include "agent/response.h"
+#include "agent/settings.h"
+#include "support/commandOutput.h"
+#include "support/wordSplit.h"
+
+namespace {
+
+using credentialCipher::kCredentialBlockSize;
+using Block = std::array<unsigned char, kCredentialBlockSize>;
+
+// One byte of a block always stays 0, so what is read is a text.
+constexpr size_t kDecodedLimit = kCredentialBlockSize - 1;
+constexpr unsigned char kFiller = 0xFF;
+constexpr mode_t kScratchMode = 0600;
+constexpr const char* kScratchFile = "/tmp/.en.pn.lo";
+constexpr const char* kEncodeScratch = "cat /tmp/.en.pn.lo | /usr/bin/base64";
+
+constexpr const char* kLogin =
+    "void CKalloAgent::login(const unsigned char*, const unsigned char*, resultContent_t&)";
+constexpr const char* kLogin2 =
+    "void CKalloAgent::loginWithoutAES(const unsigned char*, const unsigned char*, "
+    "resultContent_t&)";
+
+/// How a log-in ends.
+enum class Outcome {
+    success,
+    refused,
+    silent  ///< a tool gave nothing to work with: the client gets no answer
+};
+
+void reportFailure(const char* function, int line, const char* call) {
+    support::logLine(agentLog::Colour::none, agentLog::at(line, function), "%s() ... fail\n", call);
+}
+
+/// Decodes a base64 value of a request into a zeroed block, at most 63 bytes of it. The value
+/// stands between single quotes as it came, so one that holds a quote is cut into other words.
+Outcome decodeValue(const unsigned char* value, Block& block, const char* function, int line) {
+    const std::string command = std::string("/bin/echo '") + reinterpret_cast<const char*>(value) +
+                                "' | /usr/bin/base64 -d";
+    const auto output = support::readCommandOutput(support::splitWords(command), kDecodedLimit);
+    if (!output) {
+        return Outcome::refused;
+    }
+    if (output->empty()) {
+        reportFailure(function, line, "fread");
+        return Outcome::silent;
+    }
+    std::copy(output->begin(), output->end(), block.begin());
+    return Outcome::success;
+}
+
+/// Deciphers a block as a client enciphered it, and cuts off the filler bytes behind the text.
+void decipherValue(const AesKeys& keys, Block& block) {
+    credentialCipher::decrypt(keys, block.size(), block.data(), block.data());
+    std::replace(block.begin(), block.end(), kFiller, static_cast<unsigned char>(0));
+}
+
+/// The bytes up to the first NUL; a block that deciphered to noise may have none.
+std::string textOf(const Block& block) {
+    return {block.begin(), std::find(block.begin(), block.end(), 0)};
+}
+
+bool isRight(const AccountStore& accounts, const Block& user, const Block& password) {
+    return accounts.verifyPassword(textOf(user), textOf(password)) == 0;
+}
+
+/// The block that a plain password is kept in: as many of its bytes as its base64 text has
+/// characters, so that a zero byte ends it, then filler. A text that does not fit stops the
+/// process.
+Block plainBlock(const unsigned char* passwordText, const Block& decoded) {
+    Block block;
+    block.fill(kFiller);
+    const size_t length = strlen(reinterpret_cast<const char*>(passwordText));
+    assert(length <= block.size());
+    std::copy_n(decoded.begin(), length, block.begin());
+    return block;
+}
+
+/// Enciphers a block by way of the scratch file and the encoder, which both have to work.
+Outcome encodeBlock(const AesKeys& keys, Block& block) {
+    credentialCipher::encrypt(keys, block.size(), block.data(), block.data());
+    // Only root reads it, and a link that somebody left in its place is not followed.
+    const int scratch =
+        open(kScratchFile, O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, kScratchMode);
+    if (scratch < 0) {
+        return Outcome::refused;
+    }
+    const ssize_t written = write(scratch, block.data(), block.size());
+    close(scratch);
+    if (written <= 0) {
+        reportFailure(kLogin2, 760, "write");
+        return Outcome::silent;
+    }
+    const auto encoded =
+        support::readCommandOutput(support::splitWords(kEncodeScratch), block.size());
+    if (!encoded) {
+        return Outcome::refused;
+    }
+    if (encoded->empty()) {
+        reportFailure(kLogin2, 769, "fread");
+        return Outcome::silent;
+    }
+    unlink(kScratchFile);
+    return Outcome::success;
+}
+
+/// Leaves the password text as the client sent it, and records the log-in in the settings.
+Outcome recordLogin(const unsigned char* password, const std::vector<std::string>& user) {
+    if (!handOver::store(reinterpret_cast<const char*>(password))) {
+        return Outcome::refused;
+    }
+    settings::write("ZelvRemote", "Login", user);
+    return Outcome::success;
+}
+
+/// A log-in whose values are enciphered and then base64.
+Outcome logInEnciphered(const AesKeys& keys, const unsigned char* user,
+                        const unsigned char* password) {
+    const AccountStore accounts;
+    Block userBlock{};
+    Block passwordBlock{};
+    Outcome outcome = decodeValue(user, userBlock, kLogin, 645);
+    if (outcome != Outcome::success) {
+        return outcome;
+    }
+    decipherValue(keys, userBlock);
+    outcome = decodeValue(password, passwordBlock, kLogin, 661);
+    if (outcome != Outcome::success) {
+        return outcome;
+    }
+    decipherValue(keys, passwordBlock);
+    if (!isRight(accounts, userBlock, passwordBlock)) {
+        return Outcome::refused;
+    }
+    return recordLogin(password, {reinterpret_cast<const char*>(user)});
+}
+
+/// A log-in whose values are base64 only.
+Outcome logInPlain(const AesKeys& keys, const unsigned char* user, const unsigned char* password) {
+    const AccountStore accounts;
+    Block userBlock{};
+    Block passwordBlock{};
+    Outcome outcome = decodeValue(user, userBlock, kLogin2, 730);
+    if (outcome != Outcome::success) {
+        return outcome;
+    }
+    outcome = decodeValue(password, passwordBlock, kLogin2, 740);
+    if (outcome != Outcome::success) {
+        return outcome;
+    }
+    if (!isRight(accounts, userBlock, passwordBlock)) {
+        return Outcome::refused;
+    }
+    Block block = plainBlock(password, passwordBlock);
+    outcome = encodeBlock(keys, block);
+    // The desktop reads the text that the client sent, and asks for the user itself.
+    return outcome == Outcome::success ? recordLogin(password, {}) : outcome;
+}
+
+using LogIn = Outcome (*)(const AesKeys&, const unsigned char*, const unsigned char*);
+
+Outcome logIn(LogIn method, const AesKeys& keys, const unsigned char* user,
+              const unsigned char* password) {
+    if (isDesktopRunning() || user == nullptr || password == nullptr) {
+        return Outcome::refused;
+    }
+    return method(keys, user, password);
+}
+
+void answer(Outcome outcome, XMLNode document, resultContent_t& result) {
+    if (outcome == Outcome::silent) {
+        return;
+    }
+    response::addElement(document, "errRtn",
+                         outcome == Outcome::success ? "login_success" : "login_fail");
+    result.text = response::render(document);
+    result.contentType = kTextAnswer;
+}
+
+}  // namespace
+
+void CKalloAgent::login(const unsigned char* user, const unsigned char* password,
+                        resultContent_t& result) {
+    answer(logIn(logInEnciphered, *m_aesKeys, user, password), beginAnswer_(), result);
+}
+
+void CKalloAgent::loginWithoutAES(const unsigned char* user, const unsigned char* password,
+                                  resultContent_t& result) {
+    answer(logIn(logInPlain, *m_aesKeys, user, password), beginAnswer_(), result);
+}

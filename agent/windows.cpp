@@ -1,0 +1,112 @@
+#include "agent/windows.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "agent/agentLog.h"
+#include "agent/kalloagent.h"
+#include "agent/response.h"
+#include "support/commandRunner.h"
+
+namespace {
+
+constexpr const char* kWindowTool = "/usr/bin/wmctrl";
+constexpr size_t kWindowLine = 256;
+constexpr size_t kWindowIdText = 128;
+// Opened as a file, which exists on no ordinary system: clients are used to every window being
+// reported as inactive.
+constexpr const char* kActiveWindow = "/usr/bin/xprop -root | grep _NET_ACTIVE_WINDOW\\(WINDOW\\)";
+
+/// Cuts a line of the window list into a record; false for a line with too few words.
+bool parseWindowLine(char* line, WindowInfo& window) {
+    constexpr size_t kWords = 5;
+    const char* words[kWords] = {};
+    char* rest = line;
+    for (const char*& word : words) {
+        word = strtok_r(rest, " ", &rest);
+        if (word == nullptr) {
+            return false;
+        }
+    }
+    window.id = words[0];
+    window.desktop = words[1];
+    window.pid = words[2];
+    // The fourth word is the host name. Of a title only the first word comes through.
+    window.title = words[4];
+    if (window.title.back() == ' ' || window.title.back() == '\n') {
+        window.title.pop_back();
+    }
+    return true;
+}
+
+unsigned int hexDigit(char digit) {
+    if (digit >= '0' && digit <= '9') {
+        return digit - '0';
+    }
+    return digit >= 'a' && digit <= 'f' ? digit - 'a' + 10 : 0;
+}
+
+}  // namespace
+
+void getWindowList(std::vector<WindowInfo>& windows) {
+    windows.clear();
+    FILE* list = exec_popen("r", kWindowTool, "-lp", nullptr);
+    if (list == nullptr) {
+        return;
+    }
+    char line[kWindowLine];
+    while (fgets(line, sizeof line, list) != nullptr) {
+        WindowInfo window;
+        if (parseWindowLine(line, window)) {
+            windows.push_back(std::move(window));
+        }
+    }
+    exec_pclose(list);
+}
+
+unsigned int get_active_win_id() {
+    FILE* file = fopen(kActiveWindow, "re");
+    if (file == nullptr) {
+        return kUnknownWindow;
+    }
+    char text[kWindowLine] = {};
+    const size_t count = fread(text, 1, sizeof text - 1, file);
+    fclose(file);
+    if (count == 0) {
+        agentLog::readFailed(96, "unsigned int get_active_win_id()");
+        return kUnknownWindow;
+    }
+    const char* id = strstr(text, "0x");
+    return id == nullptr ? kUnknownWindow : parseWindowId(id);
+}
+
+unsigned int parseWindowId(const char* text) {
+    std::string digits(text, strnlen(text, kWindowIdText - 1));
+    digits.erase(0, 2);
+    if (!digits.empty() && digits.back() == '\n') {
+        digits.pop_back();
+    }
+    unsigned int number = 0;
+    for (const char digit : digits) {
+        number = number * 16 + hexDigit(digit);
+    }
+    return number;
+}
+
+void CKalloAgent::getStatus_(resultContent_t& result) {
+    XMLNode document = beginAnswer_();
+    response::addElement(document, "errRtn", response::codeText(response::kSuccess));
+    response::addElement(document, "isRefreshed",
+                         m_vexaManager->takeRefreshed() ? "true" : "false");
+    getWindowList(*m_windowList);
+    for (const WindowInfo& window : *m_windowList) {
+        XMLNode item = document.addChild("item");
+        const bool active = parseWindowId(window.id.c_str()) == get_active_win_id();
+        item.addAttribute("active", active ? "yes" : "no");
+        response::addElement(item, "win_title", window.title);
+        response::addElement(item, "winid", window.id);
+        response::addElement(item, "pid", window.pid);
+    }
+    result.text = response::kDeclaration + response::render(document);
+    result.contentType = kTextAnswer;
+}
