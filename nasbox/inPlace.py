@@ -3,6 +3,7 @@
 Called by nasbox, as root of a container, where namespaces are forbidden. What the tree replaces is
 put aside first and comes back; every process that the command leaves behind is ended."""
 import ctypes
+import fcntl
 import os
 import shutil
 import signal
@@ -69,8 +70,15 @@ def end_children():
             return
 
 
-def main(command):
+def main(reason, command):
     moved, made, placed = [], [], []
+    turn = os.open(__file__, os.O_RDONLY)  # one box at a time: they would share the machine
+    fcntl.flock(turn, fcntl.LOCK_EX)
+    if os.path.exists("/etc/config"):
+        print(f"nasbox: {reason}, and /etc/config exists, so the NAS is not laid out in place",
+              file=sys.stderr)
+        return 125
+    print(f"nasbox: {reason}; the NAS is laid out in place", file=sys.stderr)
     ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
     for number in (signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, lambda *_: sys.exit(125))
@@ -96,5 +104,5 @@ def main(command):
         shutil.rmtree(ASIDE, ignore_errors=True)
 
 
-STATUS = main(sys.argv[1:])
+STATUS = main(sys.argv[1], sys.argv[2:])
 sys.exit(STATUS if STATUS >= 0 else 128 - STATUS)

@@ -1,0 +1,92 @@
+"""What the system tests use of the box: the bytes of the protocol, and looks at processes."""
+import os
+import re
+import socket
+import time
+
+TCP = ("127.0.0.1", 9812)
+CHANNEL = "/tmp/.kalloagent.channel"
+SANITIZER = re.compile(r"(Address|Leak|Thread)Sanitizer|runtime error:")
+
+
+def wait_until(condition, seconds=10, what="the condition"):
+    """Polls `condition` until it is true and returns what it gave; fails the test when it never is."""
+    deadline = time.monotonic() + seconds
+    while not (found := condition()):
+        assert time.monotonic() < deadline, f"{what} did not come true in {seconds} s"
+        time.sleep(0.01)
+    return found
+
+
+def connect(address=TCP, timeout=20):
+    kind = socket.AF_UNIX if isinstance(address, str) else socket.AF_INET
+    client = socket.socket(kind, socket.SOCK_STREAM)
+    client.settimeout(timeout)
+    client.connect(address)
+    return client
+
+
+def receive(client, enough=lambda data: False):
+    """Reads until the peer closes or `enough` holds of the bytes so far."""
+    data = b""
+    while not enough(data):
+        try:
+            piece = client.recv(65536)
+        except ConnectionResetError:
+            break
+        if not piece:
+            break
+        data += piece
+    return data
+
+
+def announced_size(announcement):
+    found = re.search(rb"<size>(\d+)</size>", announcement)
+    return int(found[1]) if found else None
+
+
+def ask(request, address=TCP):
+    """One conversation: returns (announcement, payload), empty bytes for what the agent did not
+    send. The go-ahead is withheld after an announced size of 0."""
+    with connect(address) as client:
+        client.sendall(request)
+        announcement = receive(client, lambda data: b"</ZelvDocRoot>" in data)
+        if not announced_size(announcement):
+            return announcement, b""
+        client.sendall(b"go")
+        return announcement, receive(client)
+
+
+def request(command, *params):
+    """The request document of a command; parameters are bytes or text, taken as they are."""
+    parts = [p if isinstance(p, bytes) else p.encode() for p in (command, *params)]
+    params = b"".join(b"<param>%s</param>" % part for part in parts[1:])
+    return b"<ZelvDocRoot><cmd>%s</cmd>%s</ZelvDocRoot>" % (parts[0], params)
+
+
+def payload(command, *params, address=TCP):
+    """The answer document of a command, as text."""
+    return ask(request(command, *params), address)[1].decode()
+
+
+def texts(document, element):
+    """The texts of every element of that name, in order; empty ones included."""
+    pattern = rf"<{element}(?: [^>]*)?(?:/>|>([^<]*)</{element}>)"
+    return [found[1] or "" for found in re.finditer(pattern, document)]
+
+
+def text(document, element):
+    """The text of the first element of that name, or None."""
+    return next(iter(texts(document, element)), None)
+
+
+def processes():
+    """(pid, parent, state, command line) of every process in the box."""
+    for entry in filter(str.isdigit, os.listdir("/proc")):
+        try:
+            with open(f"/proc/{entry}/stat", encoding="utf-8", errors="replace") as stat:
+                state, parent = stat.read().rsplit(") ", 1)[1].split()[:2]
+            with open(f"/proc/{entry}/cmdline", encoding="utf-8", errors="replace") as line:
+                yield int(entry), int(parent), state, line.read().replace("\0", " ").strip()
+        except (FileNotFoundError, ProcessLookupError):
+            continue

@@ -1,0 +1,150 @@
+"""Fixtures of the system tests. They run as root of the box (see nasbox/nasbox --help), each test
+on a NAS whose files are as at the start."""
+import os
+import shutil
+import signal
+import subprocess
+from pathlib import Path
+
+import pytest
+
+from box import SANITIZER, connect, processes, wait_until
+
+TREE = Path(os.environ.get("NASBOX_TREE", "/nonexistent"))
+FROM_TREE = ["etc/config", "etc/passwd", "etc/platform.conf", "share", "opt/vexa"]
+MADE_LATER = ["root/.config", "usr/share/.kallo", "run/kalloagent", "run/vexa", "run/desktop",
+              "tmp/.en.pn.lo", "tmp/.kalloagent.channel", "tmp/Torvik.ServicePipe",
+              "var/log/kalloagent.core", "var/log/vexa-services.log"]
+
+
+def remove(path):
+    if path.is_dir() and not path.is_symlink():
+        shutil.rmtree(path)
+    else:
+        path.unlink(missing_ok=True)
+
+
+def run(*command, **options):
+    """Runs a command line given as words; its output is text, its status is not judged."""
+    return subprocess.run(command, capture_output=True, text=True, check=False, timeout=60,
+                          **options)
+
+
+class Nas:
+    """The machine: its files are fresh for each test, and replaced programs come back."""
+    settings = "/root/.config/ZELV/KALLO.conf"
+    registry = "/etc/config/vexa.conf"
+
+    def __init__(self):
+        self.replaced = {}
+        for name in FROM_TREE + MADE_LATER:
+            remove(Path("/", name))
+        for name in FROM_TREE:
+            copy = shutil.copytree if (TREE / name).is_dir() else shutil.copy2
+            copy(TREE / name, Path("/", name), **({"symlinks": True} if copy is shutil.copytree
+                                                  else {}))
+        os.chmod("/etc/config/shadow", 0o600)
+
+    def wrconf(self, section, key, value, file=registry):
+        assert run("/sbin/wrconf", section, key, value, "-f", file).returncode == 0
+
+    def replace(self, program, script):
+        """Puts a shell script in the place of a program until the test ends; None removes it."""
+        path = Path(program)
+        self.replaced.setdefault(path, path.readlink() if path.is_symlink() else path.read_bytes())
+        remove(path)
+        if script is not None:
+            path.write_text("#!/bin/sh\n" + script, encoding="utf-8")
+            path.chmod(0o755)
+
+    def restore(self):
+        for path, old in self.replaced.items():
+            remove(path)
+            if isinstance(old, Path):
+                path.symlink_to(old)
+            else:
+                path.write_bytes(old)
+                path.chmod(0o755)
+
+
+class Desktop:
+    def start(self, user="admin"):
+        subprocess.run(["torvik-desktop", "start", user], check=True)
+
+    def stop(self):
+        subprocess.run(["torvik-desktop", "stop"], check=True)
+
+
+class Daemon:
+    """The agent under test. `status` is the exit status that `end` expects."""
+    status = 0
+
+    def __init__(self, folder, **options):
+        self.out, self.err = folder / "stdout", folder / "stderr"
+        with open(self.out, "wb") as out, open(self.err, "wb") as err:
+            self.process = subprocess.Popen(["/usr/sbin/kalloagent"], stdin=subprocess.DEVNULL,
+                                            stdout=out, stderr=err, **options)
+        self.pid = self.process.pid
+        wait_until(self.listens, 30, "a listening agent")
+
+    def listens(self):
+        assert self.process.poll() is None, self.log()
+        with open("/proc/net/tcp", encoding="ascii") as sockets:
+            return any(line.split()[1].endswith(":2654") and line.split()[3] == "0A"
+                       for line in sockets)
+
+    def log(self):
+        return self.err.read_text(encoding="utf-8", errors="replace")
+
+    def fds(self):
+        return len(os.listdir(f"/proc/{self.pid}/fd"))
+
+    def zombies(self):
+        return [pid for pid, parent, state, _ in processes() if parent == self.pid and state == "Z"]
+
+    def wait(self):
+        return self.process.wait(timeout=30)
+
+    def end(self):
+        if self.process.poll() is None:
+            self.process.send_signal(signal.SIGINT)
+        status = self.wait()
+        assert not SANITIZER.search(self.log()), self.log()
+        assert status == self.status, self.log()
+
+
+@pytest.fixture
+def nas():
+    machine = Nas()
+    yield machine
+    machine.restore()
+
+
+@pytest.fixture
+def desktop(nas):  # pylint: disable=unused-argument
+    session = Desktop()
+    session.start()
+    yield session
+    if run("torvik-desktop", "status").returncode == 0:
+        session.stop()
+
+
+@pytest.fixture
+def start_daemon(nas, tmp_path):  # pylint: disable=unused-argument
+    """Starts the agent when a test has prepared its files; options are those of Popen."""
+    started = []
+
+    def start(**options):
+        folder = tmp_path / f"agent{len(started)}"
+        folder.mkdir()
+        started.append(Daemon(folder, **options))
+        return started[-1]
+
+    yield start
+    for agent in started:
+        agent.end()
+
+
+@pytest.fixture
+def daemon(start_daemon):
+    return start_daemon()

@@ -1,0 +1,133 @@
+"""The box's own tools: what rdconf and wrconf make of files, the session's environment, the
+desktop and the sample packages."""
+import base64
+import os
+import subprocess
+
+import pytest
+
+from box import processes, text, wait_until
+from conftest import run
+
+INI = """# kept
+stray = 1
+[Player]
+Enable = TRUE
+glued=yes
+  Name  = x = y
+Enable = FALSE
+
+[Broken
+lost = 1
+[Player]
+second = 1
+"""
+
+
+@pytest.mark.parametrize("arguments, output, status", [
+    (["Player", "glued"], "yes\n", 0),
+    (["Player", "Enable"], "FALSE\n", 0),  # the last line counts
+    (["Player", "Name "], "x = y\n", 0),
+    (["Player", "second"], "", 1),  # the first section counts
+    (["Player", "lost"], "", 1),
+    (["player", "glued"], "", 1),
+    (["Player", "none", "-d", "null"], "null\n", 0),
+    (["Player", "glued", "-d", "null"], "yes\n", 0),
+    (["Player"], "", 2),
+    (["Player", "glued", "-d"], "", 2),
+])
+def test_rdconf(tmp_path, arguments, output, status):
+    (tmp_path / "a.conf").write_text(INI, encoding="utf-8")
+    done = run("/sbin/rdconf", *arguments, *([] if status == 2 else ["-f", tmp_path / "a.conf"]))
+    assert (done.stdout, done.returncode) == (output, status)
+
+
+def test_rdconf_without_file(nas):  # pylint: disable=unused-argument
+    assert run("/sbin/rdconf", "System", "Model").stdout == "Torvik Station 4\n"
+    assert run("/sbin/rdconf", "A", "b", "-d", "c", "-f", "/nonexistent").stdout == "c\n"
+
+
+@pytest.mark.parametrize("before, words, after", [
+    (None, ["A", "b", "c"], "[A]\nb = c\n"),
+    ("", ["A", "b"], "[A]\nb = \n"),
+    ("x", ["A", "b", "c d"], "x\n\n[A]\nb = c d\n"),
+    ("# n\n[A]\nb=1\nk = 2\n", ["A", "b", "3"], "# n\n[A]\nb = 3\nk = 2\n"),
+    ("[A]\nb = 1\n\n[B]\n", ["A", "c", "2"], "[A]\nb = 1\nc = 2\n\n[B]\n"),
+    ("[A]\nb = 1\nb = 2\n[A]\nb = 3\n", ["A", "b", "4"], "[A]\nb = 1\nb = 4\n[A]\nb = 3\n"),
+])
+def test_wrconf(tmp_path, before, words, after):
+    file = tmp_path / "a.conf"
+    if before is not None:
+        file.write_text(before, encoding="utf-8")
+        file.chmod(0o640)
+    (tmp_path / "link").symlink_to(file)
+    target = file if before is None else tmp_path / "link"
+    assert run("/sbin/wrconf", *words, "-f", target).returncode == 0
+    assert file.read_text(encoding="utf-8") == after
+    assert sorted(os.listdir(tmp_path)) == ["a.conf", "link"] and (tmp_path / "link").is_symlink()
+    assert file.stat().st_mode & 0o777 == (0o644 if before is None else 0o640)
+
+
+@pytest.mark.parametrize("words", [
+    ["", "k", "v"], ["A]", "k", "v"], ["A", "k=", "v"], ["A", "[k", "v"], ["A", "k", "v\nw = x"],
+    ["A", "k", " v"], ["A", "k", "v" * 1020], ["A"], ["A", "k", "v", "w"],
+])
+def test_wrconf_refuses_what_would_not_be_read_back(tmp_path, words):
+    file = tmp_path / "a.conf"
+    file.write_text("[A]\nk = old\n", encoding="utf-8")
+    done = run("/sbin/wrconf", *words, "-f", file)
+    assert done.returncode == 2 and done.stderr
+    assert file.read_text(encoding="utf-8") == "[A]\nk = old\n"
+
+
+def test_wrconf_loses_no_change_of_others(tmp_path):
+    file = tmp_path / "a.conf"
+    writers = [subprocess.Popen(["/sbin/wrconf", "A", f"k{i}", str(i), "-f", file])
+               for i in range(20)]
+    assert all(writer.wait() == 0 for writer in writers)
+    assert len(file.read_text(encoding="utf-8").splitlines()) == 21
+
+
+def test_session_environment(desktop):
+    decoded = {name: base64.b64decode(text(run("/opt/bin/zelvshmenv", "-r").stdout, name) or "")
+               for name in ("NasUser", "NasGroupID", "DISPLAY")}
+    assert decoded == {"NasUser": b"admin", "NasGroupID": b"0", "DISPLAY": b":0"}
+    run("/sbin/wrconf", "ZelvRemote", "Logout", "yes", "-f", "/root/.config/ZELV/KALLO.conf")
+    assert run("/opt/bin/zelvshmenv", "-w").returncode == 0
+    left = run("/opt/bin/zelvshmenv", "-r").stdout
+    assert text(left, "NasUser") is None and text(left, "DISPLAY")
+    desktop.stop()
+    gone = run("/opt/bin/zelvshmenv", "-r")
+    assert (gone.stdout, gone.returncode) == ("", 1)
+    desktop.start("alice")
+    assert base64.b64decode(text(run("/opt/bin/zelvshmenv", "-r").stdout, "NasGroupID")) == b"100"
+
+
+def test_environment_takes_any_value(nas):  # pylint: disable=unused-argument
+    odd = {"A": "x=<&>\n", "EMPTY": "", "1bad": "x", "f()": "x"}
+    run("/opt/bin/zelvshmenv", "-w", env=odd)
+    document = run("/opt/bin/zelvshmenv", "-r").stdout
+    assert base64.b64decode(text(document, "A")) == b"x=<&>\n"
+    assert text(document, "EMPTY") == "" and "bad" not in document and "f(" not in document
+
+
+def test_desktop_and_sample_packages(desktop):
+    def lines(word):
+        return [line for *_, line in processes() if word in line]
+
+    player = "/share/Volume1/vexa/Player"
+    with subprocess.Popen([f"{player}/player-tv", "--fullscreen"], start_new_session=True) as program:
+        wait_until(lambda: "Player" in run("/usr/bin/wmctrl", "-lp").stdout)
+        assert len(lines("KALLO")) == 1 and len(lines("player-tv")) == 1
+        assert run(f"{player}/stop").returncode == 0 and program.wait(10) == 0
+    assert "Player" not in run("/usr/bin/wmctrl", "-lp").stdout
+    desktop.stop()
+    assert not lines("KALLO") and run("/usr/bin/wmctrl", "-lp").returncode == 1
+
+
+def test_service_scripts(nas):  # pylint: disable=unused-argument
+    scripts = "/share/Volume1/vexa/Downloader/etc/init.d"
+    mark = "/run/vexa/Downloader.service"
+    for script, up in (("rcS", True), ("rcS", True), ("rcK", False), ("rcK", False)):
+        run(f"{scripts}/{script}")
+        wait_until(lambda expected=up: os.path.exists(mark) == expected)
