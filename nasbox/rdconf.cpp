@@ -16,6 +16,12 @@ constexpr char kUsage[] =
     "given; a file that does not exist holds no values.\n"
     "Exit status: 0 printed, 1 no such value and no default, 2 wrong arguments.\n";
 
+int print(const std::string& value) {
+    std::fwrite(value.data(), 1, value.size(), stdout);
+    std::putchar('\n');
+    return std::fflush(stdout) == 0 ? kToolDone : kToolFailed;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -32,14 +38,9 @@ int main(int argc, char** argv) {
     if (file.load(arguments->file) != 0) {
         std::fprintf(stderr, "rdconf: %s: %s\n", arguments->file.c_str(), std::strerror(errno));
     }
-    std::optional<std::string> value = file.value(arguments->words[0], arguments->words[1]);
-    if (!value) {
-        value = arguments->fallback;
+    const std::optional<std::string> value = file.value(arguments->words[0], arguments->words[1]);
+    if (value || arguments->fallback) {
+        return print(value ? *value : *arguments->fallback);
     }
-    if (!value) {
-        return kToolAbsent;
-    }
-    std::fwrite(value->data(), 1, value->size(), stdout);
-    std::putchar('\n');
-    return std::fflush(stdout) == 0 ? kToolDone : kToolFailed;
+    return kToolAbsent;
 }
