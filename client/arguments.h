@@ -1,0 +1,33 @@
+// What a command line of kalloctl says, options and operands of every subcommand in one record;
+// commandLine.cpp fills it, the subcommands read it.
+#pragma once
+
+#include <chrono>
+#include <string>
+
+namespace client {
+
+struct arguments_t {
+    std::string host = "127.0.0.1";
+    int port = 9812;
+    double timeoutSeconds = 10;
+    bool json = false;
+
+    std::string package;
+    std::string device;
+    std::string output;
+    std::string user;
+    std::string choice;
+    std::string request;
+    bool namesOnly = false;
+    bool plain = false;
+    bool passwordStdin = false;
+    bool local = false;
+    double intervalSeconds = 2;
+};
+
+inline std::chrono::milliseconds millisecondsOf(double seconds) {
+    return std::chrono::milliseconds(static_cast<long>(seconds * 1000));
+}
+
+}  // namespace client
