@@ -1,0 +1,97 @@
+#include "client/output.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <nlohmann/json.hpp>
+
+#include "client/safeText.h"
+
+namespace client {
+namespace {
+
+constexpr const char* emphasis = "\033[1m";
+constexpr const char* plain = "\033[m";
+constexpr size_t columnGap = 2;
+
+std::vector<size_t> columnWidths(const std::vector<row_t>& rows) {
+    std::vector<size_t> widths;
+    for (const row_t& row : rows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (size_t i = 0; i < row.size(); ++i) {
+            widths[i] = std::max(widths[i], displayWidth(row[i]));
+        }
+    }
+    return widths;
+}
+
+std::string alignedLine(const row_t& row, const std::vector<size_t>& widths) {
+    std::string line;
+    size_t owed = 0;  // blanks that only a further cell makes necessary
+    for (size_t i = 0; i < row.size(); ++i) {
+        if (!row[i].empty()) {
+            line.append(owed, ' ');
+            line += row[i];
+            owed = 0;
+        }
+        owed += widths[i] - displayWidth(row[i]) + columnGap;
+    }
+    return line;
+}
+
+}  // namespace
+
+std::string alignedTable(const std::vector<row_t>& rows, bool colour) {
+    const std::vector<size_t> widths = columnWidths(rows);
+    std::string table;
+    for (const row_t& row : rows) {
+        const bool emphasised = colour && &row == &rows.front();
+        table += emphasised ? emphasis : "";
+        table += alignedLine(row, widths);
+        table += emphasised ? plain : "";
+        table += '\n';
+    }
+    return table;
+}
+
+bool isColourWanted() {
+    const char* const forbidden = getenv("NO_COLOR");
+    return isatty(STDOUT_FILENO) == 1 && (forbidden == nullptr || *forbidden == '\0');
+}
+
+void print(std::string_view text) {
+    fwrite(text.data(), 1, text.size(), stdout);
+}
+
+void printForeign(std::string_view text) {
+    if (isatty(STDOUT_FILENO) == 1) {
+        print(safeText(text, controls_t::lineFeedAndTab));
+    } else {
+        print(text);
+    }
+}
+
+void printJson(const nlohmann::ordered_json& value, bool indented) {
+    constexpr bool onlyAscii = true;
+    print(value.dump(indented ? 2 : -1, ' ', onlyAscii,
+                     nlohmann::ordered_json::error_handler_t::replace));
+    print("\n");
+}
+
+bool finishOutput() {
+    if (fflush(stdout) == 0 && ferror(stdout) == 0) {
+        return true;
+    }
+    complain(std::string("cannot write to standard output: ") + strerror(errno));
+    return false;
+}
+
+void complain(std::string_view message) {
+    fprintf(stderr, "kalloctl: %s\n", safeText(message).c_str());
+}
+
+}  // namespace client

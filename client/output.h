@@ -1,0 +1,36 @@
+// Everything kalloctl prints: complaints on standard error; on standard output lines and tables
+// for people, JSON for machines.
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace client {
+
+using row_t = std::vector<std::string>;
+
+/// `rows` as lines with aligned columns, two blanks apart, no blanks at a line's end; cells are
+/// measured as they show on a terminal. The first row is the heading, emphasised if `colour`.
+std::string alignedTable(const std::vector<row_t>& rows, bool colour);
+
+/// Whether standard output is a terminal and the user does not forbid colour (NO_COLOR set to
+/// anything but the empty text, as no-color.org has it).
+bool isColourWanted();
+
+/// Writes `text` to standard output as it is; failures show in finishOutput.
+void print(std::string_view text);
+/// Like print, with what could steer a terminal made harmless when standard output is one.
+void printForeign(std::string_view text);
+/// One JSON value on a line of its own, or indented when `indented`; all ASCII, bytes that are no
+/// UTF-8 replaced by U+FFFD.
+void printJson(const nlohmann::ordered_json& value, bool indented);
+/// Hands everything printed so far to the system; false, after a complaint, when it did not take
+/// it.
+bool finishOutput();
+
+/// "kalloctl: " and `message`, made harmless, as a line on standard error.
+void complain(std::string_view message);
+
+}  // namespace client
