@@ -10,6 +10,7 @@
 
 #include "client/commands.h"
 #include "client/output.h"
+#include "client/safeText.h"
 
 namespace client {
 namespace {
@@ -48,13 +49,38 @@ void addOption(CLI::App& app, const option_t& row, arguments_t& arguments) {
         },
         row.target);
     option->required(row.required);
+    const bool isOperand = *row.names != '-';
+    if (isOperand) {
+        option->type_name("");
+    }
     if (!row.choices.empty()) {
-        option->check(
-            CLI::IsMember(std::vector<std::string>(row.choices.begin(), row.choices.end())));
+        const std::vector<std::string> choices(row.choices.begin(), row.choices.end());
+        CLI::IsMember member(choices);
+        member.description("");
+        option->check(member);
+        option->type_name(CLI::detail::join(choices, "|"));
     }
     if (row.most > row.least) {
-        option->check(CLI::Range(row.least, row.most));
+        CLI::Range range(row.least, row.most);
+        range.description("");
+        option->check(range);
+        option->type_name("NUMBER");
     }
+}
+
+// Breaks the lines of `text` at blanks, so that none is longer than a terminal's.
+std::string wrapped(std::string text) {
+    constexpr size_t longestLine = 78;
+    size_t start = 0;
+    while (text.size() - start > longestLine) {
+        const size_t blank = text.rfind(' ', start + longestLine);
+        if (blank == std::string::npos || blank <= start) {
+            break;
+        }
+        text[blank] = '\n';
+        start = blank + 1;
+    }
+    return text;
 }
 
 void addCommand(CLI::App& app, const command_t& row, arguments_t& arguments) {
@@ -62,9 +88,17 @@ void addCommand(CLI::App& app, const command_t& row, arguments_t& arguments) {
     for (const option_t& option : row.options) {
         addOption(*command, option, arguments);
     }
-    std::string text = row.notes;
+    std::string text = wrapped(row.notes);
     text += text.empty() ? "" : "\n\n";
     command->footer(text + "Example:\n  " + row.example);
+}
+
+std::string usageError(const CLI::App* app, const CLI::Error& error) {
+    const std::vector<std::string> unknown = app->remaining();
+    const bool namesNone = app->get_subcommands().empty() && !unknown.empty();
+    const std::string fault = namesNone ? "unknown subcommand " + unknown.front() : error.what();
+    return "kalloctl: " + safeText(fault) +
+           "\n\"kalloctl --help\" and \"kalloctl SUBCOMMAND --help\" tell more.\n";
 }
 
 const command_t& chosenCommand(const CLI::App& app) {
@@ -94,6 +128,7 @@ int runCommandLine(int argc, const char* const* argv) {
     app.footer(footer);
     app.fallthrough();
     app.require_subcommand(1);
+    app.failure_message(usageError);
     for (const option_t& option : globalOptions) {
         addOption(app, option, arguments);
     }
