@@ -1,4 +1,6 @@
 // Subcommand watch: polls GetStatus and prints a line for each change, until it is interrupted.
+#include <unistd.h>
+
 #include <csignal>
 #include <ctime>
 #include <nlohmann/json.hpp>
@@ -11,7 +13,6 @@
 #include "client/protocol.h"
 #include "client/safeText.h"
 #include "client/windowChanges.h"
-#include "support/leave.h"
 
 namespace client {
 namespace {
@@ -89,7 +90,7 @@ bool reportChanges(const arguments_t& arguments, const XMLNode& document,
 }
 
 void leaveDone(int) {
-    support::leaveNow(exitDone);
+    _exit(exitDone);
 }
 
 // Nothing needs tidying up, so an interrupt may end the program wherever it is, in the middle of a
