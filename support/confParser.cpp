@@ -1,21 +1,136 @@
 #include "support/confParser.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <memory>
-#include <utility>
+#include <string_view>
 
 #include "support/logLine.h"
 
 namespace {
 
-constexpr size_t kPieceBuffer = 1024;  // a NUL byte ends each piece: 1023 bytes of a line
+constexpr size_t kLongestPiece = 1023;  // of a line; what follows is handled as a line of its own
+constexpr size_t kFirstRead = 16384;
 constexpr support::LogSource kOpenFailed{"confParser", 24,
                                          "int ConfParser::parseFile(const string&)"};
 constexpr const char* kEnableKey = "Enable";
 
 using Entry = ConfSection::Entry;
+using FilePtr = std::unique_ptr<FILE, int (*)(FILE*)>;
+
+/// Everything up to the end of the file, or up to a read error.
+std::string readAll(FILE* file) {
+    std::string text;
+    size_t length = 0;
+    size_t count = 0;
+    do {
+        if (length == text.size()) {
+            text.resize(std::max(kFirstRead, 2 * length));
+        }
+        count = fread(text.data() + length, 1, text.size() - length, file);
+        length += count;
+    } while (count > 0);
+    text.resize(length);
+    return text;
+}
+
+struct Line {
+    std::string_view key;
+    std::string_view value;
+};
+
+/// Cuts "key = value" in two; `equals` is the place of the first '='.
+Line splitLine(std::string_view line, size_t equals, bool spaceBefore) {
+    const size_t keyEnd = spaceBefore && equals > 0 ? equals - 1 : equals;
+    std::string_view value = line.substr(spaceBefore ? equals : equals + 1);
+    const size_t start = std::min(value.find_first_not_of("= "), value.size());
+    value.remove_prefix(start);
+    // Files written without any space around '=' have always kept their line feed, and their
+    // readers cut it off themselves.
+    if (start > 0 && value.ends_with('\n')) {
+        value.remove_suffix(1);
+    }
+    return {line.substr(0, keyEnd), value};
+}
+
+/// Goes through a file's text once and lists its sections. Until a section is listed, its lines
+/// are views of the text in their order.
+class SectionReader {
+  public:
+    explicit SectionReader(std::vector<ConfSection>& sections) : m_sections(sections) {}
+
+    void read(std::string_view text);
+
+  private:
+    void readPiece_(std::string_view piece);
+    void readHeader_(std::string_view header);
+    void listSection_();
+
+    std::vector<ConfSection>& m_sections;
+    std::string_view m_name;
+    std::vector<Line> m_lines;
+};
+
+void SectionReader::read(std::string_view text) {
+    while (!text.empty()) {
+        const std::string_view reach = text.substr(0, kLongestPiece);
+        const size_t lineFeed = reach.find('\n');
+        const size_t length = lineFeed == std::string_view::npos ? reach.size() : lineFeed + 1;
+        readPiece_(text.substr(0, std::min(length, reach.find('\0'))));
+        text.remove_prefix(length);
+    }
+    listSection_();
+}
+
+/// `piece` is a line with its line feed, or a part of a long one.
+void SectionReader::readPiece_(std::string_view piece) {
+    const size_t blanks = std::min(piece.find_first_not_of(' '), piece.size());
+    const std::string_view line = piece.substr(blanks);
+    if (line.starts_with('[')) {
+        readHeader_(line);
+        return;
+    }
+    const size_t equals = line.find('=');
+    if (equals == std::string_view::npos) {
+        return;
+    }
+    const size_t inPiece = blanks + equals;
+    const bool spaceBefore = inPiece > 0 && piece[inPiece - 1] == ' ';
+    m_lines.push_back(splitLine(line, equals, spaceBefore));
+}
+
+/// A header without ']' ends no section: the current one is listed here and, with the lines that
+/// follow, once more where it really ends. Lookups by name read the first of the two.
+void SectionReader::readHeader_(std::string_view header) {
+    listSection_();
+    const size_t end = header.find(']');
+    if (end == std::string_view::npos) {
+        return;
+    }
+    m_name = header.substr(1, end - 1);
+    m_lines.clear();
+}
+
+/// Sections without a name, and what stands in them, are not kept. Of lines with the same key the
+/// last one counts.
+void SectionReader::listSection_() {
+    if (m_name.empty()) {
+        return;
+    }
+    const auto before = [](const Line& a, const Line& b) { return a.key < b.key; };
+    const auto sameKey = [](const Line& a, const Line& b) { return a.key == b.key; };
+    std::stable_sort(m_lines.begin(), m_lines.end(), before);
+    // std::unique keeps the first of equal keys: seen from the back, that is the last line.
+    const auto kept = std::unique(m_lines.rbegin(), m_lines.rend(), sameKey);
+    m_lines.erase(m_lines.begin(), kept.base());
+
+    ConfSection& section = m_sections.emplace_back();
+    section.name = m_name;
+    section.entries.reserve(m_lines.size());
+    for (const Line& line : m_lines) {
+        section.entries.emplace_back(line.key, line.value);
+    }
+}
 
 bool keyBefore(const Entry& entry, const std::string& key) {
     return entry.first < key;
@@ -36,90 +151,22 @@ std::string& valueOf(ConfSection& section, const std::string& key) {
     return place->second;
 }
 
-/// Cuts "key = value" in two; `equals` is the place of the first '='.
-Entry splitEntry(std::string_view line, size_t equals, bool spaceBefore) {
-    const size_t keyEnd = spaceBefore && equals > 0 ? equals - 1 : equals;
-    std::string_view value = line.substr(spaceBefore ? equals : equals + 1);
-    const size_t start = std::min(value.find_first_not_of("= "), value.size());
-    value.remove_prefix(start);
-    // Files written without any space around '=' have always kept their line feed, and their
-    // readers cut it off themselves.
-    if (start > 0) {
-        value = value.substr(0, value.find('\n'));
-    }
-    return {std::string(line.substr(0, keyEnd)), std::string(value)};
-}
-
-/// Sorts entries that stand in file order; of equal keys the last one stays.
-void sortEntries(std::vector<Entry>& entries) {
-    const auto before = [](const Entry& a, const Entry& b) { return a.first < b.first; };
-    if (!std::is_sorted(entries.begin(), entries.end(), before)) {
-        std::stable_sort(entries.begin(), entries.end(), before);
-    }
-    const auto sameKey = [](const Entry& a, const Entry& b) { return a.first == b.first; };
-    // std::unique keeps the first of equal keys: seen from the back, that is the last line.
-    const auto kept = std::unique(entries.rbegin(), entries.rend(), sameKey);
-    entries.erase(entries.begin(), kept.base());
-}
-
 }  // namespace
 
 int ConfParser::parseFile(const std::string& path) {
     m_sections.clear();
     m_firstOfName.clear();
     // Close-on-exec ("e"): another thread may start a program while the registry is read.
-    const std::unique_ptr<FILE, int (*)(FILE*)> file(fopen(path.c_str(), "re"), fclose);
+    const FilePtr file(fopen(path.c_str(), "re"), fclose);
     if (file == nullptr) {
         support::logLine(support::Colour::none, kOpenFailed, "%s", "fopen() fail");
         return -1;
     }
-    ConfSection current;
-    std::array<char, kPieceBuffer> buffer;
-    while (fgets(buffer.data(), buffer.size(), file.get()) != nullptr) {
-        readPiece_(buffer.data(), current);
+    SectionReader(m_sections).read(readAll(file.get()));
+    for (size_t index = 0; index < m_sections.size(); ++index) {
+        m_firstOfName.try_emplace(m_sections[index].name, index);
     }
-    appendSection_(std::move(current));
     return 0;
-}
-
-/// `piece` is a line with its line feed, or a part of a long one.
-void ConfParser::readPiece_(std::string_view piece, ConfSection& current) {
-    const size_t blanks = std::min(piece.find_first_not_of(' '), piece.size());
-    const std::string_view line = piece.substr(blanks);
-    if (line.starts_with('[')) {
-        readHeader_(line, current);
-        return;
-    }
-    const size_t equals = line.find('=');
-    if (equals == std::string_view::npos) {
-        return;
-    }
-    const size_t inPiece = blanks + equals;
-    const bool spaceBefore = inPiece > 0 && piece[inPiece - 1] == ' ';
-    current.entries.push_back(splitEntry(line, equals, spaceBefore));
-}
-
-/// A header without ']' ends no section: the current one is listed here and, with the lines that
-/// follow, once more where it really ends. Lookups by name read the first of the two.
-void ConfParser::readHeader_(std::string_view header, ConfSection& current) {
-    const size_t end = header.find(']');
-    if (end == std::string_view::npos) {
-        appendSection_(current);
-        return;
-    }
-    appendSection_(std::move(current));
-    current.name = header.substr(1, end - 1);
-    current.entries.clear();
-}
-
-/// Sections without a name, and what stands in them, are not kept.
-void ConfParser::appendSection_(ConfSection section) {
-    if (section.name.empty()) {
-        return;
-    }
-    m_firstOfName.try_emplace(section.name, m_sections.size());
-    sortEntries(section.entries);
-    m_sections.push_back(std::move(section));
 }
 
 const ConfSection* ConfParser::findSection_(const std::string& name) const {

@@ -2,8 +2,8 @@
 // syntax is minimal, and its quirks are relied on by the files that exist.
 #pragma once
 
+#include <cstddef>
 #include <string>
-#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -50,9 +50,6 @@ class ConfParser {
     void dump() const;
 
   private:
-    void readPiece_(std::string_view piece, ConfSection& current);
-    void readHeader_(std::string_view header, ConfSection& current);
-    void appendSection_(ConfSection section);
     ConfSection* findSection_(const std::string& name);
     const ConfSection* findSection_(const std::string& name) const;
 
