@@ -3,9 +3,9 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cassert>
 #include <cerrno>
-#include <cstring>
 #include <new>
 
 namespace corex {
@@ -25,7 +25,7 @@ sockaddr_un addressOf(const std::string& path, int abstract) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     char* place = abstract == kAbstractName ? address.sun_path + 1 : address.sun_path;
-    memcpy(place, path.data(), path.size());
+    std::copy(path.begin(), path.end(), place);
     return address;
 }
 
