@@ -66,7 +66,12 @@ void dropHandlers() noexcept {
 pid_t startChild(ChildMemory memory, void (*body)(void* job), void* job) noexcept {
     const UndisturbedThread undisturbed;
     const int errorBefore = errno;
-    const pid_t child = memory == ChildMemory::shared ? vfork() : fork();
+    pid_t child = -1;
+    if (memory == ChildMemory::shared) {
+        child = vfork();
+    } else {
+        child = fork();
+    }
     if (child == 0) {
         // NOLINTNEXTLINE(clang-analyzer-unix.Vfork): what the body may do is the header's contract
         enterChild(undisturbed.mask(), body, job);

@@ -99,12 +99,9 @@ int chomp_line(char* str) {
 }
 
 char* concat_alloc(const char* a, const char* b) {
-    const size_t lengthOfA = strlen(a);
-    const size_t sizeOfB = strlen(b) + 1;
-    auto* both = static_cast<char*>(malloc(lengthOfA + sizeOfB));
+    auto* both = static_cast<char*>(malloc(strlen(a) + strlen(b) + 1));
     if (both != nullptr) {
-        memcpy(both, a, lengthOfA);
-        memcpy(both + lengthOfA, b, sizeOfB);
+        strcpy(stpcpy(both, a), b);
     }
     return both;
 }

@@ -16,16 +16,6 @@ namespace {
 
 class CommandStream : public CommandTest {};
 
-/// The next stream, closed with what it printed.
-std::string drain(FILE* stream) {
-    if (stream == nullptr) {
-        return "no stream";
-    }
-    std::string text = readAll(stream);
-    EXPECT_EQ(exec_pclose(stream), 256);
-    return text;
-}
-
 size_t openDescriptors() {
     const std::filesystem::directory_iterator listing("/proc/self/fd");
     return static_cast<size_t>(std::distance(begin(listing), end(listing)));
@@ -119,18 +109,15 @@ TEST_F(CommandStream, AForkedChildHasNoStreamsYet) {
                   ? 0
                   : 1);
     }
-    int status = -1;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(statusOf(child), 0);
     EXPECT_EQ(drain(stream), "x\n");
 }
 
 TEST_F(CommandStream, ThreadsAndForkedChildrenUseItAtOnce) {
     std::atomic<int> wrong{0};
-    std::vector<std::thread> threads;
-    for (int number = 0; number < 4; ++number) {
-        threads.emplace_back([&wrong, number] {
-            const std::string word = "thread" + std::to_string(number);
+    std::vector<std::thread> threads(4);
+    for (std::thread& thread : threads) {
+        thread = std::thread([&wrong, word = std::to_string(&thread - threads.data())] {
             for (int round = 0; round < 40; ++round) {
                 FILE* first = exec_popen_read("echo", word.c_str(), nullptr);
                 FILE* second = exec_popen_read("echo", word.c_str(), "|", "cat", nullptr);
@@ -148,9 +135,7 @@ TEST_F(CommandStream, ThreadsAndForkedChildrenUseItAtOnce) {
             const bool isRead = fgets(line, sizeof line, stream) != nullptr;
             _exit(isRead && exec_pclose(stream) == 256 && exec_run("true", nullptr) == 0 ? 0 : 1);
         }
-        int status = -1;
-        waitpid(child, &status, 0);
-        wrong += status != 0;
+        wrong += statusOf(child) != 0;
     }
     for (std::thread& thread : threads) {
         thread.join();

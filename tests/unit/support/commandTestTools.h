@@ -2,6 +2,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -32,23 +33,28 @@ class Vector {
     std::vector<char*> m_pointers;
 };
 
-inline std::string readAll(FILE* stream) {
+/// All that `stream` gives; closes it.
+inline std::string drain(FILE* stream) {
+    if (stream == nullptr) {
+        return "no stream";
+    }
     std::string text;
     for (int character = 0; (character = fgetc(stream)) != EOF;) {
         text += static_cast<char>(character);
     }
+    EXPECT_EQ(exec_pclose(stream), 256);
     return text;
 }
 
 /// What `words` print, as run by the stream opener (in the background when they end in "&").
 inline std::string outputOf(const Words& words, char doGlob = 0) {
-    FILE* stream = exec_open_stream("r", nullptr, nullptr, doGlob, Vector(words).data());
-    if (stream == nullptr) {
-        return "no stream";
-    }
-    std::string text = readAll(stream);
-    EXPECT_EQ(exec_pclose(stream), 256);
-    return text;
+    return drain(exec_open_stream("r", nullptr, nullptr, doGlob, Vector(words).data()));
+}
+
+inline int statusOf(pid_t child) {
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    return status;
 }
 
 inline std::string contentOf(const std::string& path) {
