@@ -1,6 +1,5 @@
 #include "client/answer.h"
 
-#include <charconv>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -31,13 +30,7 @@ nlohmann::ordered_json jsonValue(const std::string& text, fieldKind_t kind) {
     if (kind == fieldKind_t::flag || kind == fieldKind_t::flagAttribute) {
         return text == "yes" || text == "true";
     }
-    int64_t number = 0;
-    const char* const end = text.data() + text.size();
-    if (kind == fieldKind_t::number && std::from_chars(text.data(), end, number).ptr == end &&
-        !text.empty()) {
-        return number;
-    }
-    return text;
+    return kind == fieldKind_t::number ? numberOrText(text) : nlohmann::ordered_json(text);
 }
 
 nlohmann::ordered_json jsonObject(const XMLNode& node, std::span<const field_t> fields) {

@@ -1,5 +1,6 @@
 #include "client/input.h"
 
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -20,16 +21,21 @@ void catchSignal(int number) {
     caughtSignal = number;
 }
 
-// Turns echo off and holds signals back for as long as it lives.
+// Turns echo off for as long as it lives. Signals are held back meanwhile and caught only in
+// awaitInput, so that none is lost between a look at caughtSignal and the wait for the user.
 class SilentTerminal final {
   public:
     SilentTerminal() {
         caughtSignal = 0;
+        sigset_t held;
+        sigemptyset(&held);
         struct sigaction action = {};
-        action.sa_handler = catchSignal;  // without SA_RESTART: a signal ends the read
+        action.sa_handler = catchSignal;
         for (size_t i = 0; i < std::size(interrupts); ++i) {
+            sigaddset(&held, interrupts[i]);
             sigaction(interrupts[i], &action, &m_formerActions[i]);
         }
+        sigprocmask(SIG_BLOCK, &held, &m_formerMask);
         m_known = tcgetattr(STDIN_FILENO, &m_former) == 0;
         termios silent = m_former;
         silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
@@ -44,23 +50,39 @@ class SilentTerminal final {
         for (size_t i = 0; i < std::size(interrupts); ++i) {
             sigaction(interrupts[i], &m_formerActions[i], nullptr);
         }
+        sigprocmask(SIG_SETMASK, &m_formerMask, nullptr);
     }
     SilentTerminal(const SilentTerminal&) = delete;
     SilentTerminal& operator=(const SilentTerminal&) = delete;
+
+    /// False when a signal came first.
+    bool awaitInput() const {
+        pollfd input = {STDIN_FILENO, POLLIN, 0};
+        while (caughtSignal == 0) {
+            if (ppoll(&input, 1, nullptr, &m_formerMask) == 1) {
+                return true;
+            }
+        }
+        return false;
+    }
 
   private:
     termios m_former = {};
     bool m_known = false;
     struct sigaction m_formerActions[std::size(interrupts)] = {};
+    sigset_t m_formerMask = {};
 };
 
 // Byte by byte, so that nothing behind the line is taken.
-bool readLine(std::string& line) {
+bool readLine(std::string& line, const SilentTerminal* terminal) {
     line.clear();
     char byte = 0;
     while (line.size() <= lineLimit) {
+        if (terminal != nullptr && !terminal->awaitInput()) {
+            return false;
+        }
         const ssize_t count = read(STDIN_FILENO, &byte, 1);
-        if (count < 0 && errno == EINTR && caughtSignal == 0) {
+        if (count < 0 && errno == EINTR) {
             continue;
         }
         if (count <= 0) {
@@ -94,16 +116,15 @@ bool readStandardInput(size_t limit, std::string& text) {
 }
 
 bool readPassword(const char* prompt, bool ask, std::string& password) {
-    caughtSignal = 0;
     if (!ask || isatty(STDIN_FILENO) != 1) {
-        return readLine(password);
+        return readLine(password, nullptr);
     }
     for (;;) {
         bool complete = false;
         {
             const SilentTerminal silence;
             fputs(prompt, stderr);
-            complete = readLine(password);
+            complete = readLine(password, &silence);
             fputc('\n', stderr);
         }
         if (caughtSignal == 0) {

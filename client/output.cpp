@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -80,6 +81,16 @@ void printJson(const nlohmann::ordered_json& value, bool indented) {
     print(value.dump(indented ? 2 : -1, ' ', onlyAscii,
                      nlohmann::ordered_json::error_handler_t::replace));
     print("\n");
+}
+
+nlohmann::ordered_json numberOrText(const std::string& text) {
+    int64_t number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, code] = std::from_chars(text.data(), end, number);
+    if (code == std::errc() && stop == end) {
+        return number;
+    }
+    return text;
 }
 
 bool finishOutput() {

@@ -26,6 +26,8 @@ void printForeign(std::string_view text);
 /// One JSON value on a line of its own, or indented when `indented`; all ASCII, bytes that are no
 /// UTF-8 replaced by U+FFFD.
 void printJson(const nlohmann::ordered_json& value, bool indented);
+/// A decimal number where `text` is one, else the text.
+nlohmann::ordered_json numberOrText(const std::string& text);
 /// Hands everything printed so far to the system; false, after a complaint, when it did not take
 /// it.
 bool finishOutput();

@@ -48,7 +48,7 @@ void printEventJson(const event_t& event) {
     nlohmann::ordered_json value = {{"time", now("%FT%T%z")}, {"event", event.name}};
     if (!event.window.id.empty()) {
         value["winid"] = event.window.id;
-        value["pid"] = event.window.pid;
+        value["pid"] = numberOrText(event.window.pid);
         value["win_title"] = event.window.title;
     }
     if (!event.formerTitle.empty()) {

@@ -1,5 +1,5 @@
-// An agent of one conversation for the client's tests: listens on a loopback port of the kernel's
-// choice, plays its script to the first connection and keeps what it was sent.
+// An agent for the client's tests: listens on a loopback port of the kernel's choice, plays a
+// script to each connection in turn and keeps what it was sent last.
 #pragma once
 
 #include <netinet/in.h>
@@ -34,7 +34,8 @@ inline script_t answering(const std::string& payload) {
 
 class FakeAgent {
   public:
-    explicit FakeAgent(script_t script) : m_script(std::move(script)) {
+    explicit FakeAgent(const script_t& script) : FakeAgent(std::vector<script_t>{script}) {}
+    explicit FakeAgent(std::vector<script_t> scripts) : m_scripts(std::move(scripts)) {
         m_listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_in address = {};
         address.sin_family = AF_INET;
@@ -44,7 +45,11 @@ class FakeAgent {
         getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &length);
         listen(m_listener, 1);
         m_port = ntohs(address.sin_port);
-        m_thread = std::thread([this] { serve_(); });
+        m_thread = std::thread([this] {
+            for (const script_t& script : m_scripts) {
+                serve_(script);
+            }
+        });
     }
     ~FakeAgent() { finish(); }
 
@@ -73,7 +78,7 @@ class FakeAgent {
     static void send_(int peer, const std::string& bytes) {
         (void)send(peer, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     }
-    void serve_() {
+    void serve_(const script_t& script) {
         const int peer = accept(m_listener, nullptr, nullptr);
         if (peer == -1) {
             return;
@@ -81,21 +86,21 @@ class FakeAgent {
         const int on = 1;
         setsockopt(peer, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         request = readOnce_(peer);
-        for (const std::string& segment : m_script.announcement) {
+        for (const std::string& segment : script.announcement) {
             send_(peer, segment);
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
-        if (!m_script.announcement.empty() && m_script.takesGoAhead) {
+        if (!script.announcement.empty() && script.takesGoAhead) {
             goAhead = readOnce_(peer);
             m_goAheadGiven = !goAhead.empty();
-            send_(peer, m_script.payload);
+            send_(peer, script.payload);
         }
-        while (m_script.ending == ending_t::hang && !readOnce_(peer).empty()) {
+        while (script.ending == ending_t::hang && !readOnce_(peer).empty()) {
         }
         close(peer);
     }
 
-    script_t m_script;
+    std::vector<script_t> m_scripts;
     int m_listener = -1;
     int m_port = 0;
     std::atomic<bool> m_goAheadGiven = false;

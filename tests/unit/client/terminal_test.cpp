@@ -86,6 +86,32 @@ TEST(Terminal, IsRestoredWhenThePromptIsInterrupted) {
     close(session.terminal);
 }
 
+script_t answeringWindows(const std::string& windows) {
+    return answering("<ZelvDocRoot version=\"1.2\"><errRtn>success</errRtn>" + windows +
+                     "</ZelvDocRoot>\n");
+}
+
+TEST(Terminal, WatchTellsEachChange) {
+    FakeAgent agent(std::vector<script_t>{
+        answeringWindows("<isRefreshed>false</isRefreshed>"
+                         "<item><win_title>Film</win_title><winid>0x1</winid><pid>7</pid></item>"),
+        {},
+        answeringWindows("<isRefreshed>true</isRefreshed>"
+                         "<item><win_title>Radio</win_title><winid>0x2</winid><pid>8</pid></item>"),
+    });
+    session_t session = startOnTerminal(agent, {"watch", "--json", "--interval", "0.1"});
+    EXPECT_TRUE(session.awaits("\"event\":\"opened\",\"winid\":\"0x2\",\"pid\":8,"));
+    kill(session.process, SIGTERM);
+    const int status = session.end();
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    size_t last = 0;
+    for (const char* event : {"lost", "back", "refreshed", "closed", "opened"}) {
+        const size_t place = session.shown.find("\"event\":\"" + std::string(event));
+        EXPECT_TRUE(place != std::string::npos && place > last) << event << session.shown;
+        last = place;
+    }
+}
+
 TEST(Terminal, WatchEndsWellWhenInterruptedInTheMiddleOfAPoll) {
     for (const int number : {SIGINT, SIGTERM}) {
         FakeAgent agent(script_t{{announce(1)}, "", ending_t::hang});
