@@ -3,99 +3,82 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
 #include <vector>
 
 namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-Bytes counting(size_t size, int step) {
+Bytes fromHex(const std::string& text) {
     Bytes bytes;
-    for (size_t i = 0; i < size; ++i) {
-        bytes.push_back(static_cast<unsigned char>(i * static_cast<size_t>(step)));
+    for (size_t i = 0; i < text.size(); i += 2) {
+        bytes.push_back(static_cast<unsigned char>(std::stoi(text.substr(i, 2), nullptr, 16)));
     }
     return bytes;
 }
 
-AesKeys keysOf(const Bytes& key) {
-    AesKeys keys{};
-    EXPECT_EQ(credentialCipher::setKey(keys, key.data(), static_cast<int>(key.size())), 0);
-    return keys;
-}
+const Bytes kLongKey =
+    fromHex("000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f2021222324252627");
 
 // FIPS 197, appendix C.
 TEST(CredentialCipher, GivesTheExampleVectorsOfTheStandard) {
-    const Bytes plain = counting(16, 0x11);
+    const Bytes plain = fromHex("00112233445566778899aabbccddeeff");
     const struct {
-        size_t keySize;
-        Bytes enciphered;
+        int keySize;
+        const char* enciphered;
     } rows[] = {
-        {16,
-         {0x69, 0xc4, 0xe0, 0xd8, 0x6a, 0x7b, 0x04, 0x30, 0xd8, 0xcd, 0xb7, 0x80, 0x70, 0xb4, 0xc5,
-          0x5a}},
-        {24,
-         {0xdd, 0xa9, 0x7c, 0xa4, 0x86, 0x4c, 0xdf, 0xe0, 0x6e, 0xaf, 0x70, 0xa0, 0xec, 0x0d, 0x71,
-          0x91}},
-        {32,
-         {0x8e, 0xa2, 0xb7, 0xca, 0x51, 0x67, 0x45, 0xbf, 0xea, 0xfc, 0x49, 0x90, 0x4b, 0x49, 0x60,
-          0x89}},
+        {16, "69c4e0d86a7b0430d8cdb78070b4c55a"},
+        {24, "dda97ca4864cdfe06eaf70a0ec0d7191"},
+        {32, "8ea2b7ca516745bfeafc49904b496089"},
     };
     for (const auto& row : rows) {
-        const AesKeys keys = keysOf(counting(row.keySize, 1));
+        AesKeys keys{};
+        EXPECT_EQ(credentialCipher::setKey(keys, kLongKey.data(), row.keySize), 0);
         Bytes bytes(16);
         EXPECT_EQ(credentialCipher::encrypt(keys, 16, plain.data(), bytes.data()), 0);
-        EXPECT_EQ(bytes, row.enciphered) << row.keySize;
+        EXPECT_EQ(bytes, fromHex(row.enciphered));
         EXPECT_EQ(credentialCipher::decrypt(keys, 16, bytes.data(), bytes.data()), 0);
-        EXPECT_EQ(bytes, plain) << row.keySize;
+        EXPECT_EQ(bytes, plain);
     }
 }
 
-TEST(CredentialCipher, EnciphersTheBlocksOfACredentialEachOnItsOwnAndInPlace) {
-    const AesKeys keys = keysOf(
-        Bytes(credentialCipher::kCredentialKey.begin(), credentialCipher::kCredentialKey.end()));
-    Bytes plain(credentialCipher::kCredentialBlockSize, 0xff);
-    memcpy(plain.data(), "secret", 6);
-    Bytes bytes = plain;
+TEST(CredentialCipher, EnciphersEachBlockOfACredentialOnItsOwnAndInPlace) {
+    AesKeys keys{};
+    EXPECT_EQ(credentialCipher::setKey(keys, credentialCipher::kCredentialKey.data(), 32), 0);
+    Bytes bytes(credentialCipher::kCredentialBlockSize, 0xff);
+    memcpy(bytes.data(), "secret", 6);
+    const Bytes plain = bytes;
     EXPECT_EQ(credentialCipher::encrypt(keys, bytes.size(), bytes.data(), bytes.data()), 0);
-    const auto block = [&bytes](int i) {
-        return Bytes(bytes.begin() + i * 16, bytes.begin() + (i + 1) * 16);
-    };
-    // A filler block under the companion apps' key, by `openssl enc -aes-256-ecb -nopad`.
-    const Bytes filler = {0x56, 0xb1, 0x8b, 0xcd, 0x2a, 0x65, 0xa0, 0xfa,
-                          0x45, 0xbc, 0xc3, 0xa5, 0x13, 0x01, 0x2f, 0xd3};
-    EXPECT_NE(block(0), filler);
-    EXPECT_EQ(block(1), filler);
-    EXPECT_EQ(block(2), filler);
-    EXPECT_EQ(block(3), filler);
+    // Of openssl-enc(1) with the companion apps' key.
+    const Bytes first = fromHex("14377415585fb91ec3713c3b13969b0f");
+    const Bytes filler = fromHex("56b18bcd2a65a0fa45bcc3a513012fd3");
+    Bytes expected = first;
+    for (int i = 0; i < 3; ++i) {
+        expected.insert(expected.end(), filler.begin(), filler.end());
+    }
+    EXPECT_EQ(bytes, expected);
     EXPECT_EQ(credentialCipher::decrypt(keys, bytes.size(), bytes.data(), bytes.data()), 0);
     EXPECT_EQ(bytes, plain);
 }
 
-TEST(CredentialCipher, LeavesTheOutputAloneForALengthThatIsNotWholeBlocks) {
-    const AesKeys keys = keysOf(counting(32, 1));
-    const Bytes in = counting(80, 1);
-    const struct {
-        size_t length;
-        int result;
-    } rows[] = {{0, 0}, {1, -1}, {15, -1}, {63, -1}, {65, -1}};
-    for (const auto& row : rows) {
-        Bytes out(80, 0xaa);
-        EXPECT_EQ(credentialCipher::encrypt(keys, row.length, in.data(), out.data()), row.result);
-        EXPECT_EQ(credentialCipher::decrypt(keys, row.length, in.data(), out.data()), row.result);
-        EXPECT_EQ(out, Bytes(80, 0xaa)) << row.length;
-    }
-}
-
-TEST(CredentialCipher, LeavesTheKeysAloneForAKeyThatCannotBe) {
-    const AesKeys before = keysOf(counting(32, 1));
-    const Bytes other = counting(40, 3);
-    for (const int length : {-16, 0, 15, 20, 31, 33, 128, 256}) {
-        AesKeys keys = before;
-        EXPECT_EQ(credentialCipher::setKey(keys, other.data(), length), -1) << length;
+TEST(CredentialCipher, LeavesOutputAndKeysAloneForALengthThatCannotBe) {
+    AesKeys keys{};
+    EXPECT_EQ(credentialCipher::setKey(keys, kLongKey.data(), 32), 0);
+    const AesKeys before = keys;
+    for (const int length : {-16, 0, 20, 33, 40}) {
+        EXPECT_EQ(credentialCipher::setKey(keys, kLongKey.data() + 1, length), -1) << length;
         EXPECT_EQ(memcmp(&keys, &before, sizeof keys), 0) << length;
     }
-    AesKeys keys = before;
     EXPECT_LT(credentialCipher::setKey(keys, nullptr, 32), 0);
+    const Bytes in(80);
+    Bytes out(80, 0xaa);
+    for (const size_t length : {0, 1, 63, 65}) {
+        const int result = length == 0 ? 0 : -1;
+        EXPECT_EQ(credentialCipher::encrypt(keys, length, in.data(), out.data()), result);
+        EXPECT_EQ(credentialCipher::decrypt(keys, length, in.data(), out.data()), result);
+        EXPECT_EQ(out, Bytes(80, 0xaa)) << length;
+    }
 }
 
 }  // namespace
