@@ -11,11 +11,12 @@
 namespace support::xml {
 
 enum CharacterClass : uint8_t {
-    space = 1,       // separates tokens
-    wordStop = 2,    // ends a text token, a slash only before ">"
-    pieceStop = 4,   // must be looked at in the text between tags
-    quoteStop = 8,   // must be looked at in quoted text
-    upperCase = 16,  // ASCII letters whose lower case is 32 higher
+    space = 1,         // separates tokens
+    wordStop = 2,      // ends a text token, a slash only before ">"
+    pieceStop = 4,     // must be looked at in the text between tags
+    quoteStop = 8,     // must be looked at in quoted text
+    markupStart = 16,  // behind "<": may begin something else than a start tag
+    upperCase = 32,    // ASCII letters whose lower case is 32 higher
 };
 
 constexpr std::array<uint8_t, 256> makeCharacterClasses() {
@@ -29,6 +30,7 @@ constexpr std::array<uint8_t, 256> makeCharacterClasses() {
     mark("/=", wordStop);
     mark(std::string_view("<>\0", 3), wordStop | pieceStop | quoteStop);
     mark("&\"'", pieceStop | quoteStop);
+    mark("!?P", markupStart);
     mark("ABCDEFGHIJKLMNOPQRSTUVWXYZ", upperCase);
     return classes;
 }
@@ -56,10 +58,20 @@ inline bool startsWithIgnoringCase(const char* text, std::string_view start) {
 /// ends a text must be of that class.
 template <typename Character>
 inline Character* findClass(Character* text, CharacterClass stop) {
-    while (!isA(*text, stop)) {
-        ++text;
+    for (;; text += 4) {
+        if (isA(text[0], stop)) {
+            return text;
+        }
+        if (isA(text[1], stop)) {
+            return text + 1;
+        }
+        if (isA(text[2], stop)) {
+            return text + 2;
+        }
+        if (isA(text[3], stop)) {
+            return text + 3;
+        }
     }
-    return text;
 }
 
 inline char* skipSpace(char* text) {

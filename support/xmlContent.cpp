@@ -26,8 +26,22 @@ void countItems(Record& record, const Item* items, size_t count) {
     }
 }
 
+/// The usual content, one text, without the counting.
+void layOutText(Record& record, const Item& item) {
+    Document& document = *record.document;
+    record.textCount = 1;
+    record.texts = document.allocate<Text>(1);
+    record.texts[0] = {item.bytes, item.length, item.escapedLength};
+    record.order = document.allocate<int32_t>(1);
+    record.order[0] = orderEntry(0, ItemKind::text);
+}
+
 void layOut(Record& record, const Item* items, size_t count) {
     Document& document = *record.document;
+    if (count == 1 && items->kind == ItemKind::text) {
+        layOutText(record, *items);
+        return;
+    }
     countItems(record, items, count);
     record.texts = allocateArray<Text>(document, record.textCount);
     record.children = allocateArray<Record*>(document, record.childCount);

@@ -108,8 +108,7 @@ bool readStartTag(ParseContext& context, bool isDeclaration) {
         return false;
     }
     Record& parent = context.open.innermost();
-    Record& record =
-        *newRecord(*parent.document, &parent, name.begin, name.length(), isDeclaration);
+    Record& record = newRecord(*parent.document, &parent, name.begin, name.length(), isDeclaration);
     *name.end = '\0';
     storeAttributes(record, context.attributes);
     if (isDeclaration || close.kind == TokenKind::shortHandClose) {
@@ -165,39 +164,40 @@ void appendText(Item& before, const char* text, uint32_t length, uint32_t escape
     before.bytes[before.length] = '\0';
 }
 
-/// Adds the text between two tags to the innermost element. The markup behind it has been read.
-bool addPiece(ParseContext& context, TextPiece piece) {
-    const XMLSettings& settings = XMLNode::settings();
-    if (settings.dropWhitespace) {
-        while (piece.begin < piece.end && isA(*piece.begin, space)) {
-            ++piece.begin;
-        }
-        while (piece.begin < piece.end && isA(piece.end[-1], space)) {
-            --piece.end;
-        }
-    }
-    if (piece.begin == piece.end) {
-        return true;
-    }
-    auto length = static_cast<uint32_t>(piece.end - piece.begin);
+/// Decodes a text and adds it to the innermost element.
+bool addText(ParseContext& context, char* text, uint32_t length, bool isPlain) {
     uint32_t escaped = length;
-    if (!piece.isPlain) {
+    if (!isPlain) {
         const char* errorAt = nullptr;
-        const XMLError error = decodeEntities(piece.begin, length, &errorAt);
+        const XMLError error = decodeEntities(text, length, &errorAt);
         if (error != XMLError::none) {
             return fail(context, error, errorAt);
         }
-        escaped = static_cast<uint32_t>(escapedLength(piece.begin, length));
+        escaped = static_cast<uint32_t>(escapedLength(text, length));
     }
     Item* const before =
-        settings.mergeTextsAroundComments ? context.open.textBeforeComment() : nullptr;
+        XMLNode::settings().mergeTextsAroundComments ? context.open.textBeforeComment() : nullptr;
     if (before != nullptr) {
-        appendText(*before, piece.begin, length, escaped);
+        appendText(*before, text, length, escaped);
     } else {
-        piece.begin[length] = '\0';
-        context.open.addText(piece.begin, length, escaped);
+        text[length] = '\0';
+        context.open.addText(text, length, escaped);
     }
     return true;
+}
+
+/// Adds the text between two tags, if there is any. The markup behind it has been read.
+bool addPiece(ParseContext& context, const TextPiece& piece) {
+    char* begin = piece.begin;
+    char* end = piece.end;
+    if (XMLNode::settings().dropWhitespace) {
+        begin = piece.text;
+        while (end > begin && isA(end[-1], space)) {
+            --end;
+        }
+    }
+    return begin == end ||
+           addText(context, begin, static_cast<uint32_t>(end - begin), piece.isPlain);
 }
 
 }  // namespace

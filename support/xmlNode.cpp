@@ -115,8 +115,8 @@ XMLNode XMLNode::createTopNode(const char* name, bool isDeclaration) {
     Document& document = *Document::create(roomForAnAnswer);
     const size_t length = name == nullptr ? 0 : std::strlen(name);
     const char* const copy = name == nullptr ? nullptr : document.copy(name, length);
-    return XMLNode(support::xml::newRecord(document, nullptr, copy, static_cast<uint32_t>(length),
-                                           isDeclaration));
+    return XMLNode(&support::xml::newRecord(document, nullptr, copy, static_cast<uint32_t>(length),
+                                            isDeclaration));
 }
 
 XMLNode XMLNode::addChild(const char* name, bool isDeclaration, int position) {
@@ -125,8 +125,8 @@ XMLNode XMLNode::addChild(const char* name, bool isDeclaration, int position) {
     }
     Document& document = *m_record->document;
     const size_t length = std::strlen(name);
-    Record* const child = support::xml::newRecord(document, m_record, document.copy(name, length),
-                                                  static_cast<uint32_t>(length), isDeclaration);
+    Record* const child = &support::xml::newRecord(document, m_record, document.copy(name, length),
+                                                   static_cast<uint32_t>(length), isDeclaration);
     child->place = placeOf(*m_record, position);
     insertItem(*m_record, m_record->children, m_record->childCount, ItemKind::child, position,
                child);

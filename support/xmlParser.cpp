@@ -80,9 +80,9 @@ XMLNode XMLNode::parse_(const char* text, size_t length, const char* tag, XMLRes
     constexpr size_t roomForSmallTrees = 512;
     Document& document = *Document::create(length + length + roomForSmallTrees);
     char* const copy = document.copy(text, length);
-    Record* const root = support::xml::newRecord(document, nullptr, nullptr, 0, false);
-    const XMLNode whole(root);
-    support::xml::ParseContext context(copy, *root);
+    Record& root = support::xml::newRecord(document, nullptr, nullptr, 0, false);
+    const XMLNode whole(&root);
+    support::xml::ParseContext context(copy, root);
     support::xml::ParseXMLElement(&context);
     if (context.error != XMLError::none && results != nullptr) {
         results->error = context.error;

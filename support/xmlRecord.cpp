@@ -59,20 +59,12 @@ char* Document::copy(const char* bytes, size_t length) {
     return text;
 }
 
-Record* newRecord(Document& document, Record* parent, const char* name, uint32_t nameLength,
-                  bool isDeclaration) {
-    auto* const record = new (document.allocate<Record>(1)) Record();
-    record->name = name;
-    record->nameLength = nameLength;
-    record->isDeclaration = isDeclaration;
-    record->parent = parent;
-    record->document = &document;
-    return record;
-}
-
 bool sameName(const char* left, size_t leftLength, const char* right, size_t rightLength) {
     if (leftLength != rightLength) {
         return false;
+    }
+    if (std::memcmp(left, right, leftLength) == 0) {
+        return true;
     }
     for (size_t i = 0; i < leftLength; ++i) {
         if (lowerCase(left[i]) != lowerCase(right[i])) {

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <new>
 
 #include "support/xmlParser.h"
 
@@ -124,8 +125,16 @@ void insertInto(Document& document, Value*& array, int32_t count, int32_t index,
 }
 
 /// A new record in `document`, in nobody's list of children yet. `name` is not copied.
-Record* newRecord(Document& document, Record* parent, const char* name, uint32_t nameLength,
-                  bool isDeclaration);
+inline Record& newRecord(Document& document, Record* parent, const char* name, uint32_t nameLength,
+                         bool isDeclaration) {
+    auto& record = *new (document.allocate<Record>(1)) Record();
+    record.name = name;
+    record.nameLength = nameLength;
+    record.isDeclaration = isDeclaration;
+    record.parent = parent;
+    record.document = &document;
+    return record;
+}
 
 /// Whether the two names are the same but for the case of ASCII letters.
 bool sameName(const char* left, size_t leftLength, const char* right, size_t rightLength);

@@ -35,68 +35,33 @@ char* closingQuote(char* open) {
 
 const ClearTag& commentTag = clearTags[2];
 
-Token Tokeniser::takeMarkup_() {
+Token Tokeniser::takeSpecialMarkup_() {
     for (const ClearTag& tag : clearTags) {
-        if (m_position[1] == tag.open[1] &&
-            std::strncmp(m_position, tag.open, tag.openLength) == 0) {
+        if (std::strncmp(m_position, tag.open, tag.openLength) == 0) {
             return take_(TokenKind::clearSection, tag.openLength, &tag);
         }
     }
-    switch (m_position[1]) {
-        case '/':
-            return take_(TokenKind::endTagStart, 2);
-        case '?':
-            return take_(TokenKind::declarationStart, 2);
-        default:
-            return take_(TokenKind::tagStart, 1);
-    }
+    return m_position[1] == '?' ? take_(TokenKind::declarationStart, 2)
+                                : take_(TokenKind::tagStart, 1);
 }
 
-Token Tokeniser::takeWord_() {
-    char* end = findClass(m_position + 1, wordStop);
-    while (*end == '/' && end[1] != '>') {
-        end = findClass(end + 1, wordStop);
+Token Tokeniser::takeQuoted_() {
+    const char* const close = closingQuote(m_position);
+    if (close == nullptr) {
+        return takeWord_();
     }
-    return take_(TokenKind::text, static_cast<size_t>(end - m_position));
+    return take_(TokenKind::quotedText, static_cast<size_t>(close + 1 - m_position));
 }
 
-Token Tokeniser::next() {
-    m_position = skipSpace(m_position);
-    switch (*m_position) {
-        case '\0':
-            return take_(TokenKind::end, 0);
-        case '<':
-            return takeMarkup_();
-        case '>':
-            return take_(TokenKind::tagClose, 1);
-        case '=':
-            return take_(TokenKind::equals, 1);
-        case '/':
-            return m_position[1] == '>' ? take_(TokenKind::shortHandClose, 2) : takeWord_();
-        case '"':
-        case '\'':
-            if (const char* const close = closingQuote(m_position); close != nullptr) {
-                return take_(TokenKind::quotedText, static_cast<size_t>(close + 1 - m_position));
-            }
-            return takeWord_();
-        default:
-            return takeWord_();
-    }
-}
-
-TextPiece Tokeniser::nextPiece() {
-    TextPiece piece{m_position, m_position, true};
-    char* position = m_position;
+char* Tokeniser::findPieceEnd_(char* position) {
     char* tokenStart = m_position;  // behind the last quoted text
     for (;; ++position) {
         position = findClass(position, pieceStop);
         if (*position == '<' || *position == '\0') {
-            break;
+            return position;
         }
-        piece.isPlain = false;
         if (*position == '>') {
-            position -= position > tokenStart && position[-1] == '/' ? 1 : 0;
-            break;
+            return position > tokenStart && position[-1] == '/' ? position - 1 : position;
         }
         // Quotes matter where a token begins: within them, ">" and "/>" are text.
         if (*position != '&' &&
@@ -107,8 +72,6 @@ TextPiece Tokeniser::nextPiece() {
             }
         }
     }
-    piece.end = m_position = position;
-    return piece;
 }
 
 char* Tokeniser::clearContentEnd(const ClearTag& tag) {
@@ -117,11 +80,6 @@ char* Tokeniser::clearContentEnd(const ClearTag& tag) {
         m_position = end + std::strlen(tag.close);
     }
     return end;
-}
-
-bool Tokeniser::isBeforeTagClose() {
-    m_position = skipSpace(m_position);
-    return *m_position == '>';
 }
 
 }  // namespace support::xml

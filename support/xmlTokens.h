@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "support/xmlParser.h"
+#include "support/xmlCharacters.h"
 
 namespace support::xml {
 
@@ -45,6 +45,7 @@ struct Token {
 /// The text between two tags.
 struct TextPiece {
     char* begin;
+    char* text;  // behind the white space at the beginning
     char* end;
     bool isPlain;  // holds no character that could be an entity or need escaping
 };
@@ -73,10 +74,68 @@ class Tokeniser {
         m_position += length;
         return {kind, begin, m_position, clearTag};
     }
-    Token takeMarkup_();
     Token takeWord_();
+    Token takeMarkup_();
+    Token takeSpecialMarkup_();
+    Token takeQuoted_();
+    char* findPieceEnd_(char* position);
 
     char* m_position;
 };
+
+// What every element of a document passes through is inline.
+
+inline Token Tokeniser::takeWord_() {
+    char* end = findClass(m_position + 1, wordStop);
+    while (*end == '/' && end[1] != '>') {
+        end = findClass(end + 1, wordStop);
+    }
+    return take_(TokenKind::text, static_cast<size_t>(end - m_position));
+}
+
+inline Token Tokeniser::takeMarkup_() {
+    if (m_position[1] == '/') {
+        return take_(TokenKind::endTagStart, 2);
+    }
+    return isA(m_position[1], markupStart) ? takeSpecialMarkup_() : take_(TokenKind::tagStart, 1);
+}
+
+inline Token Tokeniser::next() {
+    m_position = skipSpace(m_position);
+    switch (*m_position) {
+        case '\0':
+            return take_(TokenKind::end, 0);
+        case '<':
+            return takeMarkup_();
+        case '>':
+            return take_(TokenKind::tagClose, 1);
+        case '=':
+            return take_(TokenKind::equals, 1);
+        case '/':
+            return m_position[1] == '>' ? take_(TokenKind::shortHandClose, 2) : takeWord_();
+        case '"':
+        case '\'':
+            return takeQuoted_();
+        default:
+            return takeWord_();
+    }
+}
+
+inline TextPiece Tokeniser::nextPiece() {
+    char* const begin = m_position;
+    char* const text = skipSpace(begin);
+    char* end = findClass(text, pieceStop);
+    const bool isPlain = *end == '<' || *end == '\0';
+    if (!isPlain) {
+        end = findPieceEnd_(end);
+    }
+    m_position = end;
+    return {begin, text, end, isPlain};
+}
+
+inline bool Tokeniser::isBeforeTagClose() {
+    m_position = skipSpace(m_position);
+    return *m_position == '>';
+}
 
 }  // namespace support::xml
