@@ -16,17 +16,21 @@ enum CharacterClass : uint8_t {
     pieceStop = 4,     // must be looked at in the text between tags
     quoteStop = 8,     // must be looked at in quoted text
     markupStart = 16,  // behind "<": may begin something else than a start tag
-    upperCase = 32,    // ASCII letters whose lower case is 32 higher
+    notSpace = 64,
+    upperCase = 32,  // ASCII letters whose lower case is 32 higher
 };
 
 constexpr std::array<uint8_t, 256> makeCharacterClasses() {
     std::array<uint8_t, 256> classes{};
+    classes.fill(notSpace);
     auto mark = [&classes](std::string_view characters, uint8_t bits) {
         for (const char character : characters) {
             classes[static_cast<unsigned char>(character)] |= bits;
         }
     };
-    mark(" \t\n\r", space | wordStop);
+    for (const char character : std::string_view(" \t\n\r")) {
+        classes[static_cast<unsigned char>(character)] = space | wordStop;
+    }
     mark("/=", wordStop);
     mark(std::string_view("<>\0", 3), wordStop | pieceStop | quoteStop);
     mark("&\"'", pieceStop | quoteStop);
@@ -55,7 +59,7 @@ inline bool startsWithIgnoringCase(const char* text, std::string_view start) {
 }
 
 /// The first position at or after `text` whose character is of class `stop`. The zero byte that
-/// ends a text must be of that class.
+/// ends a text must be of that class; nothing behind the position found is read.
 template <typename Character>
 inline Character* findClass(Character* text, CharacterClass stop) {
     for (;; text += 4) {
@@ -75,10 +79,7 @@ inline Character* findClass(Character* text, CharacterClass stop) {
 }
 
 inline char* skipSpace(char* text) {
-    while (isA(*text, space)) {
-        ++text;
-    }
-    return text;
+    return findClass(text, notSpace);
 }
 
 /// Bytes of the character at `text` in `encoding`, before the end at `end`: what the first byte

@@ -74,40 +74,6 @@ void layOut(Record& record, const Item* items, size_t count) {
 
 }  // namespace
 
-OpenElements::OpenElements(Record& root) : m_innermost(&root) {
-    constexpr size_t usualItems = 64;
-    m_items.reserve(usualItems);
-}
-
-void OpenElements::open(Record& child) {
-    addClosed(child);
-    m_innermost = &child;
-    m_base = m_items.size();
-}
-
-void OpenElements::addClosed(Record& child) {
-    child.place = static_cast<int32_t>(m_items.size() - m_base);
-    m_items.push_back({ItemKind::child, nullptr, &child, nullptr, 0, 0});
-}
-
-void OpenElements::addText(char* bytes, uint32_t length, uint32_t escapedLength) {
-    m_items.push_back({ItemKind::text, nullptr, nullptr, bytes, length, escapedLength});
-}
-
-void OpenElements::addClear(const ClearTag& tag, char* content, uint32_t length) {
-    m_items.push_back({ItemKind::clear, &tag, nullptr, content, length, 0});
-}
-
-Item* OpenElements::textBeforeComment() {
-    const size_t count = m_items.size();
-    if (count - m_base < 2 || m_items[count - 1].kind != ItemKind::clear ||
-        m_items[count - 1].clearTag != &commentTag || m_items[count - 2].kind != ItemKind::text) {
-        return nullptr;
-    }
-    m_items.pop_back();
-    return &m_items.back();
-}
-
 void OpenElements::close() {
     Record& closed = *m_innermost;
     layOut(closed, m_items.data() + m_base, m_items.size() - m_base);

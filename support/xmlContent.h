@@ -23,18 +23,40 @@ struct Item {
 class OpenElements {
   public:
     /// `root` stays the outermost element.
-    explicit OpenElements(Record& root);
+    explicit OpenElements(Record& root) : m_innermost(&root) {
+        constexpr size_t usualItems = 64;
+        m_items.reserve(usualItems);
+    }
 
     Record& innermost() const { return *m_innermost; }
     /// Opens `child` inside the innermost element; its parent is set already.
-    void open(Record& child);
+    void open(Record& child) {
+        addClosed(child);
+        m_innermost = &child;
+        m_base = m_items.size();
+    }
     /// Adds `child`, which has no content, to the innermost element.
-    void addClosed(Record& child);
-    void addText(char* bytes, uint32_t length, uint32_t escapedLength);
-    void addClear(const ClearTag& tag, char* content, uint32_t length);
+    void addClosed(Record& child) {
+        child.place = static_cast<int32_t>(m_items.size() - m_base);
+        m_items.push_back({ItemKind::child, nullptr, &child, nullptr, 0, 0});
+    }
+    void addText(char* bytes, uint32_t length, uint32_t escapedLength) {
+        m_items.push_back({ItemKind::text, nullptr, nullptr, bytes, length, escapedLength});
+    }
+    void addClear(const ClearTag& tag, char* content, uint32_t length) {
+        m_items.push_back({ItemKind::clear, &tag, nullptr, content, length, 0});
+    }
     /// When the innermost element's last two items are a text and a comment, drops the comment and
     /// returns the text, for more to be appended to it; otherwise returns null.
-    Item* textBeforeComment();
+    Item* textBeforeComment() {
+        const size_t count = m_items.size();
+        if (count - m_base < 2 || m_items[count - 1].clearTag != &commentTag ||
+            m_items[count - 2].kind != ItemKind::text) {
+            return nullptr;
+        }
+        m_items.pop_back();
+        return &m_items.back();
+    }
     /// Closes the innermost element: its content goes from the stack into its record.
     void close();
 

@@ -176,7 +176,7 @@ bool addText(ParseContext& context, char* text, uint32_t length, bool isPlain) {
         escaped = static_cast<uint32_t>(escapedLength(text, length));
     }
     Item* const before =
-        XMLNode::settings().mergeTextsAroundComments ? context.open.textBeforeComment() : nullptr;
+        context.settings.mergeTextsAroundComments ? context.open.textBeforeComment() : nullptr;
     if (before != nullptr) {
         appendText(*before, text, length, escaped);
     } else {
@@ -190,7 +190,7 @@ bool addText(ParseContext& context, char* text, uint32_t length, bool isPlain) {
 bool addPiece(ParseContext& context, const TextPiece& piece) {
     char* begin = piece.begin;
     char* end = piece.end;
-    if (XMLNode::settings().dropWhitespace) {
+    if (context.settings.dropWhitespace) {
         begin = piece.text;
         while (end > begin && isA(end[-1], space)) {
             --end;

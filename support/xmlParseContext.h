@@ -12,6 +12,7 @@ namespace support::xml {
 struct ParseContext {
     ParseContext(char* text, Record& top) : tokens(text), root(top), open(top) {}
 
+    const XMLSettings settings = XMLNode::settings();  // the same for the whole text
     Tokeniser tokens;
     Record& root;  // unnamed, around the whole document
     OpenElements open;

@@ -100,7 +100,7 @@ inline Token Tokeniser::takeMarkup_() {
     return isA(m_position[1], markupStart) ? takeSpecialMarkup_() : take_(TokenKind::tagStart, 1);
 }
 
-inline Token Tokeniser::next() {
+[[gnu::always_inline]] inline Token Tokeniser::next() {
     m_position = skipSpace(m_position);
     switch (*m_position) {
         case '\0':
