@@ -1,6 +1,7 @@
 // Starting commands: the command runner beside the bare calls it is to stay close to and the C
 // library's shell-bound ones. The argument of each is the memory, in MB, that the process holds
 // resident meanwhile: the cost must not grow with it.
+// On a machine with other work, run it by chrt(1) ("chrt -f 10 ..."), which keeps that out.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <spawn.h>
