@@ -13,14 +13,6 @@
 #include <string>
 #include <vector>
 
-static const pid_t kTestProcess = getpid();
-
-/// Asked by LeakSanitizer: the processes forked from the reader thread cannot see what the main
-/// thread's stack holds, and would report all of it.
-extern "C" int __lsan_is_turned_off() {
-    return getpid() == kTestProcess ? 0 : 1;
-}
-
 namespace {
 
 namespace fs = std::filesystem;
