@@ -4,7 +4,6 @@
 // On a machine with other work, run it by chrt(1) ("chrt -f 10 ..."), which keeps that out.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,25 +12,12 @@
 #include <cstdlib>
 #include <vector>
 
+#include "bareSpawn.h"
 #include "support/commandRunner.h"
 
 namespace {
 
 constexpr size_t outputSize = 1024;
-
-/// posix_spawn(3) of `argv` with its output on `output` (negative: inherited); -1 on failure.
-pid_t spawn(const char* const* argv, int output) {
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    if (output >= 0) {
-        posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-    }
-    pid_t child = -1;
-    const int error =
-        posix_spawn(&child, argv[0], &actions, nullptr, const_cast<char**>(argv), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    return error == 0 ? child : -1;
-}
 
 bool succeeded(pid_t child) {
     int status = 0;

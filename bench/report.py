@@ -1,0 +1,74 @@
+#!/usr/bin/python3
+"""Prints the ratios that count, from the results that Google Benchmark left in a folder: for each
+goal, the median of ours over the median of what it is measured against, in the same run."""
+import json
+import re
+import sys
+from pathlib import Path
+
+# Title, ours, the measure, the greatest ratio that reaches the goal (None: a mark to come close
+# to), and how many times the measure counts.
+GOALS = [
+    ("XML: parse 200 packages / tinyxml2", "parseOwn/200", "parseTinyxml2/200", 1, 1),
+    ("XML: parse 200 packages / libxml2", "parseOwn/200", "parseLibxml2/200", 1, 1),
+    ("XML: parse 200 packages / pugixml", "parseOwn/200", "parsePugixml/200", None, 1),
+    ("XML: render 200 packages / tinyxml2", "renderOwn/200", "renderTinyxml2/200", 1, 1),
+    ("XML: render 200 packages / libxml2", "renderOwn/200", "renderLibxml2/200", 1, 1),
+    ("XML: render 200 packages / pugixml", "renderOwn/200", "renderPugixml/200", None, 1),
+    ("XML: parse 10,000 packages / 10 times 1,000", "parseOwn/10000", "parseOwn/1000", None, 10),
+    ("Configuration: 10,000 lines / GLib", "parseOurs/10000", "parseGlib/10000", 1, 1),
+    ("Runner: exec_run / posix_spawn + waitpid", "measure/runByExecRun/0", "measure/runBySpawn/0",
+     1.25, 1),
+    ("Runner: exec_run / system", "measure/runByExecRun/0", "measure/runBySystem/0", 1, 1),
+    ("Runner: exec_popen 1 KB / pipe + posix_spawn", "measure/readByExecPopen/0",
+     "measure/readBySpawn/0", 1.25, 1),
+    ("Runner: exec_popen 1 KB / popen", "measure/readByExecPopen/0", "measure/readByPopen/0", 1, 1),
+    ("Desktop check, 1,000 processes / pgrep", "check", "checkByPgrep", 1 / 3, 1),
+    ("Request: unknown command / floor", "request/agent_unknown", "request/floor_unknown", 1.3, 1),
+    ("Request: GetCurrentUser / floor", "request/agent_GetCurrentUser",
+     "request/floor_GetCurrentUser", 1.3, 1),
+    ("Request: GetStatus / floor", "request/agent_GetStatus", "request/floor_GetStatus", 1.3, 1),
+    ("ListVEXA: 200 packages / 20 times 10", "listPackages/200", "listPackages/10", 1.1, 20),
+    ("ListVEXA: each of 200 packages / bare tool run", "listPackages/200", "runEnvironmentTool",
+     1.3, 200),
+]
+RESIDENT_GOAL_KB = 6 * 1024
+NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
+
+
+def medians(folder):
+    """Real time in nanoseconds by benchmark name, the library's own suffixes removed."""
+    found = {}
+    for file in folder.glob("*.json"):
+        for row in json.loads(file.read_text())["benchmarks"]:
+            if row.get("aggregate_name", "median") == "median" and "error_occurred" not in row:
+                name = re.sub(r"/(real_time|manual_time|process_time)$", "", row["run_name"])
+                found[name] = row["real_time"] * NANOSECONDS[row["time_unit"]]
+    return found
+
+
+def verdict(reached):
+    return "reached" if reached else "MISSED"
+
+
+def main():
+    folder = Path(sys.argv[1])
+    times = medians(folder)
+    print(f"{'':50} {'ours':>12} {'measure':>12} {'ratio':>7} {'goal':>7}")
+    for title, ours, measure, goal, count in GOALS:
+        if ours not in times or measure not in times:
+            print(f"{title:50} not measured")
+            continue
+        against = times[measure] * count
+        ratio = times[ours] / against
+        judged = "" if goal is None else f"{goal:7.2f} {verdict(ratio <= goal)}"
+        print(f"{title:50} {times[ours] / 1e3:9.1f} µs {against / 1e3:9.1f} µs {ratio:7.2f} {judged}")
+    resident = folder / "resident"
+    if resident.exists():
+        kilobytes = int(resident.read_text().split()[1])
+        print(f"{'Resident memory of the idle agent':50} {kilobytes:9} kB "
+              f"{RESIDENT_GOAL_KB:9} kB {kilobytes / RESIDENT_GOAL_KB:7.2f} {1:7.2f} "
+              f"{verdict(kilobytes <= RESIDENT_GOAL_KB)}")
+
+
+main()
