@@ -15,8 +15,8 @@ constexpr std::array<uint8_t, 256> makeByteClasses() {
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::array<uint8_t, 256> classes{};
     classes.fill(illegal);
-    for (uint8_t digit = 0; digit < alphabet.size(); ++digit) {
-        classes[static_cast<unsigned char>(alphabet[digit])] = digit;
+    for (size_t digit = 0; digit < alphabet.size(); ++digit) {
+        classes[static_cast<unsigned char>(alphabet[digit])] = static_cast<uint8_t>(digit);
     }
     for (const char character : std::string_view("\t\n\r ")) {
         classes[static_cast<unsigned char>(character)] = skipped;

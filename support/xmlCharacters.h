@@ -16,8 +16,8 @@ enum CharacterClass : uint8_t {
     pieceStop = 4,     // must be looked at in the text between tags
     quoteStop = 8,     // must be looked at in quoted text
     markupStart = 16,  // behind "<": may begin something else than a start tag
-    notSpace = 64,
-    upperCase = 32,  // ASCII letters whose lower case is 32 higher
+    upperCase = 32,    // ASCII letters whose lower case is 32 higher
+    notSpace = 64,     // all but those that separate tokens
 };
 
 constexpr std::array<uint8_t, 256> makeCharacterClasses() {

@@ -76,8 +76,8 @@ void layOut(Record& record, const Item* items, size_t count) {
 
 void OpenElements::close() {
     Record& closed = *m_innermost;
-    layOut(closed, m_items.data() + m_base, m_items.size() - m_base);
-    m_items.resize(m_base);
+    layOut(closed, m_items.data() + m_base, m_count - m_base);
+    m_count = m_base;
     if (closed.parent != nullptr) {
         // The closed element is its parent's last item so far.
         m_base -= 1 + static_cast<size_t>(closed.place);

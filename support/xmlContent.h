@@ -23,45 +23,51 @@ struct Item {
 class OpenElements {
   public:
     /// `root` stays the outermost element.
-    explicit OpenElements(Record& root) : m_innermost(&root) {
-        constexpr size_t usualItems = 64;
-        m_items.reserve(usualItems);
-    }
+    explicit OpenElements(Record& root) : m_items(usualItems), m_innermost(&root) {}
 
     Record& innermost() const { return *m_innermost; }
     /// Opens `child` inside the innermost element; its parent is set already.
     void open(Record& child) {
         addClosed(child);
         m_innermost = &child;
-        m_base = m_items.size();
+        m_base = m_count;
     }
     /// Adds `child`, which has no content, to the innermost element.
     void addClosed(Record& child) {
-        child.place = static_cast<int32_t>(m_items.size() - m_base);
-        m_items.push_back({ItemKind::child, nullptr, &child, nullptr, 0, 0});
+        child.place = static_cast<int32_t>(m_count - m_base);
+        push_() = {ItemKind::child, nullptr, &child, nullptr, 0, 0};
     }
     void addText(char* bytes, uint32_t length, uint32_t escapedLength) {
-        m_items.push_back({ItemKind::text, nullptr, nullptr, bytes, length, escapedLength});
+        push_() = {ItemKind::text, nullptr, nullptr, bytes, length, escapedLength};
     }
     void addClear(const ClearTag& tag, char* content, uint32_t length) {
-        m_items.push_back({ItemKind::clear, &tag, nullptr, content, length, 0});
+        push_() = {ItemKind::clear, &tag, nullptr, content, length, 0};
     }
     /// When the innermost element's last two items are a text and a comment, drops the comment and
     /// returns the text, for more to be appended to it; otherwise returns null.
     Item* textBeforeComment() {
-        const size_t count = m_items.size();
-        if (count - m_base < 2 || m_items[count - 1].clearTag != &commentTag ||
-            m_items[count - 2].kind != ItemKind::text) {
+        if (m_count - m_base < 2 || m_items[m_count - 1].clearTag != &commentTag ||
+            m_items[m_count - 2].kind != ItemKind::text) {
             return nullptr;
         }
-        m_items.pop_back();
-        return &m_items.back();
+        --m_count;
+        return &m_items[m_count - 1];
     }
     /// Closes the innermost element: its content goes from the stack into its record.
     void close();
 
   private:
-    std::vector<Item> m_items;
+    static constexpr size_t usualItems = 64;
+
+    Item& push_() {
+        if (m_count == m_items.size()) {
+            m_items.resize(2 * m_count);
+        }
+        return m_items[m_count++];
+    }
+
+    std::vector<Item> m_items;  // more than are in use
+    size_t m_count = 0;
     size_t m_base = 0;  // the innermost element's first item
     Record* m_innermost;
 };

@@ -36,7 +36,6 @@ constexpr auto big5Lengths = makeLengths(std::array{LeadBytes{0x81, 0xFE, 2}});
 constexpr auto gbkLengths = makeLengths(std::array{LeadBytes{0x81, 0xFE, 2}});
 
 struct EncodingRow {
-    XMLEncoding encoding;
     const char* name;
     const std::array<uint8_t, 256>& lengths;
     unsigned char lowestTrailByte;
@@ -45,12 +44,9 @@ struct EncodingRow {
 
 // In the order of the enumeration.
 constexpr EncodingRow encodings[] = {
-    {XMLEncoding::singleByte, "ISO-8859-1", singleByteLengths, 0, 0},
-    {XMLEncoding::utf8, "UTF-8", utf8Lengths, 0x80, 0xBF},
-    {XMLEncoding::shiftJis, "Shift-JIS", shiftJisLengths, 0x40, 0xFC},
-    {XMLEncoding::gb2312, "GB2312", gb2312Lengths, 0xA1, 0xFE},
-    {XMLEncoding::big5, "Big5", big5Lengths, 0x40, 0xFE},
-    {XMLEncoding::gbk, "GBK", gbkLengths, 0x40, 0xFE},
+    {"ISO-8859-1", singleByteLengths, 0, 0},    {"UTF-8", utf8Lengths, 0x80, 0xBF},
+    {"Shift-JIS", shiftJisLengths, 0x40, 0xFC}, {"GB2312", gb2312Lengths, 0xA1, 0xFE},
+    {"Big5", big5Lengths, 0x40, 0xFE},          {"GBK", gbkLengths, 0x40, 0xFE},
 };
 
 const EncodingRow& rowOf(XMLEncoding encoding) {

@@ -6,7 +6,6 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <new>
 
 #include "support/xmlParser.h"
@@ -34,6 +33,7 @@ class Document {
     template <typename Value>
     Value* allocate(size_t count) {
         static_assert(alignof(Value) <= alignment);
+        // NOLINTNEXTLINE(bugprone-sizeof-expression): a value may well be a pointer
         const size_t size = (count * sizeof(Value) + alignment - 1) & ~(alignment - 1);
         if (size > static_cast<size_t>(m_end - m_free)) {
             addBlock_(size);
@@ -119,8 +119,7 @@ void insertInto(Document& document, Value*& array, int32_t count, int32_t index,
         std::copy(array, array + count, larger);
         array = larger;
     }
-    std::memmove(array + index + 1, array + index,
-                 sizeof(Value) * static_cast<size_t>(count - index));
+    std::copy_backward(array + index, array + count, array + count + 1);
     array[index] = value;
 }
 
