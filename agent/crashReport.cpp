@@ -67,6 +67,8 @@ void signal_handler(int sig, siginfo_t* info, void* /*context*/) {
         // restarts a process that hangs.
         signal(SIGALRM, SIG_DFL);
         alarm(kReportSeconds);
+        // Nobody may be left to read the standard output; the file is still to be written.
+        signal(SIGPIPE, SIG_IGN);
         support::logLine(agentLog::Colour::resultType,
                          agentLog::at(__LINE__, "void signal_handler(int, siginfo_t*, void*)"),
                          "sig:%d  pid:%d\n", SIGSEGV, info->si_pid);
