@@ -1,4 +1,5 @@
 // kalloagent: start-up in its fixed order, and nothing else.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -18,9 +19,20 @@ void report(int line, const char* text) {
     support::logLine(agentLog::Colour::error, agentLog::at(line, "int main()"), "%s", text);
 }
 
+/// Puts "/dev/null" in the place of standard streams that are closed: a listener would get their
+/// numbers otherwise, and with them whatever is printed.
+void openStandardStreams() {
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        if (fcntl(fd, F_GETFD) == -1) {
+            [[maybe_unused]] const int opened = open("/dev/null", O_RDWR);
+        }
+    }
+}
+
 }  // namespace
 
 int main() {
+    openStandardStreams();
     // Lines are seen when they happen, and no forked child holds a copy of an unwritten one.
     setvbuf(stdout, nullptr, _IOLBF, 0);
     CKalloAgent agent;
