@@ -41,7 +41,7 @@ def receive(client, enough=lambda data: False):
 
 
 def announced_size(announcement):
-    found = re.search(rb"<size>(\d+)</size>", announcement)
+    found = re.search(rb"<size>\s*(\d+)\s*</size>", announcement)
     return int(found[1]) if found else None
 
 
@@ -70,9 +70,10 @@ def payload(command, *params, address=TCP):
 
 
 def texts(document, element):
-    """The texts of every element of that name, in order; empty ones included."""
+    """The texts of every element of that name, in order, without the layout around them; empty
+    ones included."""
     pattern = rf"<{element}(?: [^>]*)?(?:/>|>([^<]*)</{element}>)"
-    return [found[1] or "" for found in re.finditer(pattern, document)]
+    return [(found[1] or "").strip() for found in re.finditer(pattern, document)]
 
 
 def text(document, element):
