@@ -82,8 +82,8 @@ class Daemon:
     def __init__(self, folder, **options):
         self.out, self.err = folder / "stdout", folder / "stderr"
         with open(self.out, "wb") as out, open(self.err, "wb") as err:
-            self.process = subprocess.Popen(["/usr/sbin/kalloagent"], stdin=subprocess.DEVNULL,
-                                            stdout=out, stderr=err, **options)
+            options = {"stdin": subprocess.DEVNULL, "stdout": out, "stderr": err, **options}
+            self.process = subprocess.Popen(["/usr/sbin/kalloagent"], **options)
         self.pid = self.process.pid
         wait_until(self.listens, 30, "a listening agent")
 

@@ -1,0 +1,153 @@
+"""From start-up to the end of the process: one instance a machine, settings files, what stops a
+start and what does not, and the signals."""
+import os
+import re
+import resource
+import signal
+import socket
+import subprocess
+from pathlib import Path
+
+import pytest
+
+from box import CHANNEL, connect, request, ask, wait_until
+from conftest import run
+
+AGENT = "/usr/sbin/kalloagent"
+PID_FILE = Path("/run/kalloagent/kalloagent.pid")
+CORE = Path("/var/log/kalloagent.core")
+SETTINGS = Path("/root/.config/ZELV")
+MAIN_ERROR = r"\x1b\[1;31m\[File:kalloagent\]\[Line:\d+\]\[Func:int main\(\)\]: "
+INITIALIZE_ERROR = MAIN_ERROR.replace(r"main\(\)", r"CKalloAgent::initialize\(\)")
+
+
+def answers():
+    return b"invalid_command" in ask(request("Nope"))[1]
+
+
+def test_second_instance(daemon):
+    before = PID_FILE.read_text(encoding="ascii"), PID_FILE.stat().st_mtime_ns
+    second = run(AGENT)
+    assert second.returncode == 0
+    assert re.fullmatch(MAIN_ERROR + r"kalloagent alread exist!!\n\x1b\[m", second.stderr)
+    assert (PID_FILE.read_text(encoding="ascii"), PID_FILE.stat().st_mtime_ns) == before
+    assert before[0] == str(daemon.pid) and answers()
+
+
+def test_of_several_started_at_once_one_stays(nas):  # pylint: disable=unused-argument
+    agents = [subprocess.Popen([AGENT], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+              for _ in range(6)]
+    wait_until(lambda: sum(agent.poll() is None for agent in agents) == 1, 30, "one agent left")
+    stays = next(agent for agent in agents if agent.poll() is None)
+    assert PID_FILE.read_text(encoding="ascii") == str(stays.pid)
+    stays.send_signal(signal.SIGINT)
+    assert [agent.wait(30) for agent in agents] == [0] * 6
+
+
+@pytest.mark.parametrize("content", ["4194304", "{sleeper}", "{sleeper} kalloagent", "", "x\n",
+                                     "../sys/kernel", "\x7f\0\x01"])
+def test_stale_pid_file(start_daemon, content):
+    PID_FILE.parent.mkdir()
+    with subprocess.Popen(["/bin/sleep", "600"]) as sleeper:
+        PID_FILE.write_text(content.format(sleeper=sleeper.pid), encoding="ascii")
+        agent = start_daemon()
+        assert PID_FILE.read_text(encoding="ascii") == str(agent.pid)
+        sleeper.kill()
+
+
+def test_name_in_any_word_of_a_command_line_counts(nas):  # pylint: disable=unused-argument
+    PID_FILE.parent.mkdir()
+    with subprocess.Popen(["/bin/tail", "-f", "/dev/null", "/etc/hosts", "--retry", "-q",
+                           "/nonexistent/kalloagent"], stderr=subprocess.DEVNULL) as other:
+        PID_FILE.write_text(str(other.pid), encoding="ascii")
+        assert run(AGENT).returncode == 0
+        other.kill()
+
+
+def test_settings_files(nas, start_daemon):  # pylint: disable=unused-argument
+    os.umask(0o022)
+    agent = start_daemon()
+    assert SETTINGS.stat().st_mode & 0o777 == 0o755
+    assert {path.name: path.read_bytes() for path in SETTINGS.iterdir()} == {
+        "KALLO.conf": b"", "screen.conf": b""}
+    agent.end()
+    (SETTINGS / "KALLO.conf").write_bytes(b"[A]\nb = c")
+    (SETTINGS / "screen.conf").unlink()
+    start_daemon()
+    assert (SETTINGS / "KALLO.conf").read_bytes() == b"[A]\nb = c"
+    assert (SETTINGS / "screen.conf").read_bytes() == b""
+
+
+def test_start_in_spite_of(start_daemon):
+    """A settings directory that cannot be made and a socket file that an earlier run left."""
+    SETTINGS.parent.write_bytes(b"")
+    with socket.socket(socket.AF_UNIX) as stale:
+        stale.bind(CHANNEL)
+    start_daemon()
+    assert answers()
+    with connect(CHANNEL) as client:
+        client.sendall(b"<x/>")
+
+
+@pytest.mark.parametrize("port, error", [
+    (9812, r"Tcp Socket bind at 9812 fail\n"),
+    (0, r"Unix Socket bind at /tmp/\.kalloagent\.channel fail\n"),
+])
+def test_address_taken(nas, port, error):  # pylint: disable=unused-argument
+    if port == 0:
+        os.makedirs(CHANNEL)
+    with socket.create_server(("127.0.0.1", port)):
+        failed = run(AGENT)
+    assert failed.returncode == 255
+    assert re.search(f"{INITIALIZE_ERROR}{error}\x1b\\[m$", failed.stderr)
+
+
+def test_no_start_without_inotify(nas):  # pylint: disable=unused-argument
+    few = run(AGENT, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (5, 5)))
+    assert few.returncode == 0
+    assert re.search(r"^\[vexaManager\]\[CVexaManager::CVexaManager\(\)\]\[\d+\]\[err\] "
+                     r"m_dirMonitor\.Init\(\)\n$", few.stderr, re.M)
+
+
+@pytest.mark.parametrize("loss", ["nothing", "report file", "reader of stdout", "stdout"])
+def test_crash_report(start_daemon, loss):
+    if loss == "report file":
+        CORE.mkdir()
+    reader, writer = os.pipe()
+    os.close(reader)
+    options = {"reader of stdout": {"stdout": writer},
+               "stdout": {"preexec_fn": lambda: os.close(1)}}
+    agent = start_daemon(**options.get(loss, {}))
+    os.close(writer)
+    agent.process.send_signal(signal.SIGSEGV)
+    assert agent.wait() == 0
+    assert re.search(r"\x1b\[1;36m\[File:kalloagent\]\[Line:\d+\]\[Func:void signal_handler\(int, "
+                     rf"siginfo_t\*, void\*\)\]: sig:11  pid:{os.getpid()}\n\x1b\[m$", agent.log())
+    header = f"[sig:11  sig->pid:{os.getpid()}] self:{agent.pid}\n"
+    frames = r"(\[sig:11\]\(\d+\): .+\n){3,}"
+    if loss in ("nothing", "report file"):
+        assert re.search(re.escape(header) + "\n" + frames + "$",
+                         agent.out.read_text(encoding="utf-8"))
+    if loss != "report file":
+        assert re.fullmatch(re.escape(header) + frames, CORE.read_text(encoding="utf-8"))
+        assert CORE.stat().st_mode & 0o777 == 0o600
+
+
+def test_signals_that_end_nothing(daemon):
+    daemon.process.send_signal(signal.SIGSTOP)
+    with connect() as client:
+        client.sendall(b"<x/>")
+        daemon.process.send_signal(signal.SIGCONT)
+        assert client.recv(1) == b""
+    daemon.process.send_signal(signal.SIGSTOP)
+    daemon.process.send_signal(signal.SIGCONT)
+    assert answers()
+    wait_until(lambda: "]: epoll_wait() ...%s fail\n" in daemon.log())
+
+
+def test_interrupt_in_the_middle_of_a_conversation(daemon):
+    with connect() as client:
+        client.sendall(request("Nope"))
+        assert client.recv(4096)
+        daemon.end()
+        assert client.recv(1) == b""
