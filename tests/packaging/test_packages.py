@@ -1,0 +1,158 @@
+"""The Debian packages of a finished build: what is in them, what lintian and systemd make of them,
+and a life of the service from install to purge. All of it in trees of their own; nothing is
+installed on this machine. Run by ctest, which names the build folder in KALLO_BUILD."""
+
+import gzip
+import os
+import shutil
+import stat
+import subprocess
+from pathlib import Path
+
+import pytest
+
+BUILD = Path(os.environ["KALLO_BUILD"])
+WANTS = "etc/systemd/system/multi-user.target.wants/kalloagent.service"
+MASK = "etc/systemd/system/kalloagent.service"
+HAND_OVER = "usr/share/.kallo/.kallopw.log"
+CRASH_REPORT = "var/log/kalloagent.core"
+
+
+def need(tool, package):
+    if not shutil.which(tool):
+        pytest.skip(f"{tool} is missing: apt-get install {package}")
+
+
+def run(*command, **options):
+    done = subprocess.run([str(word) for word in command], text=True, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, **options)
+    assert done.returncode == 0, f"{command}:\n{done.stdout}"
+    return done.stdout
+
+
+def pack(folder, **environment):
+    need("dpkg-shlibdeps", "dpkg-dev")
+    need("file", "file")
+    run("cpack", "--config", BUILD / "CPackConfig.cmake", "-B", folder, umask=0o022,
+        env={**os.environ, "SOURCE_DATE_EPOCH": "1700000000", **environment})
+    return sorted(folder.glob("*.deb"))
+
+
+@pytest.fixture(scope="module")
+def packages(tmp_path_factory):
+    return pack(tmp_path_factory.mktemp("packages"))
+
+
+class Tree:
+    """A root folder of another machine, with the packages installed."""
+
+    def __init__(self, root, packages):
+        self.root = root
+        (root / "var/lib/dpkg").mkdir(parents=True)
+        self.dpkg("-i", *packages)
+
+    def dpkg(self, *words):
+        # Maintainer scripts are this machine's to run and get the tree as DPKG_ROOT; the libraries
+        # that the packages depend on are not there.
+        as_root = [] if os.geteuid() == 0 else ["unshare", "--map-root-user"]
+        run(*as_root, "dpkg", f"--root={self.root}", f"--log={self.root}/dpkg.log",
+            "--force-script-chrootless", "--force-not-root", "--force-depends", *words,
+            env={**os.environ, "PATH": "/usr/sbin:/usr/bin:/sbin:/bin"})
+
+    def write(self, path):
+        (self.root / path).parent.mkdir(parents=True, exist_ok=True)
+        (self.root / path).write_text("text")
+
+    def has(self, path):
+        return os.path.lexists(self.root / path)
+
+
+@pytest.fixture
+def tree(tmp_path, packages):
+    return Tree(tmp_path / "root", packages)
+
+
+def test_files_and_their_modes(tree):
+    installed = {str(path.relative_to(tree.root / "usr")): stat.S_IMODE(path.stat().st_mode)
+                 for path in (tree.root / "usr").rglob("*") if path.is_file()}
+    assert installed == {
+        "bin/kalloctl": 0o755,
+        "lib/systemd/system/kalloagent.service": 0o644,
+        "lib/tmpfiles.d/kalloagent.conf": 0o644,
+        "sbin/kalloagent": 0o755,
+        "share/bash-completion/completions/kalloctl": 0o644,
+        "share/doc/kalloagent/changelog.gz": 0o644,
+        "share/doc/kalloagent/copyright": 0o644,
+        "share/doc/kalloctl/changelog.gz": 0o644,
+        "share/doc/kalloctl/copyright": 0o644,
+        "share/man/man1/kalloctl.1.gz": 0o644,
+        "share/man/man5/kallo.xml.5.gz": 0o644,
+        "share/man/man8/kalloagent.8.gz": 0o644,
+    }
+
+
+def test_programs_survive_stripping(tree):
+    changelog = gzip.open(tree.root / "usr/share/doc/kalloctl/changelog.gz", "rt").readline()
+    version = changelog.split("(")[1].split(")")[0]
+    assert version in run(tree.root / "usr/bin/kalloctl", "--version")
+    # Crash reports take the names of functions from here.
+    assert "CKalloAgent::exec()" in run("nm", "-DC", tree.root / "usr/sbin/kalloagent")
+
+
+def test_dependencies(packages):
+    fields = [run("dpkg-deb", "-f", package, "Depends") for package in packages]
+    for wanted in ("procps", "libssl3", "libcrypt1", "libc6 (>="):
+        assert wanted in fields[0]
+    assert "libssl3" in fields[1] and "procps" not in fields[1]
+
+
+def test_lintian(packages):
+    need("lintian", "lintian")
+    as_root = ["--allow-root"] if os.geteuid() == 0 else []
+    assert run("lintian", *as_root, "--fail-on", "error,warning", *packages,
+               env={**os.environ, "LC_ALL": "C.UTF-8"}) == ""
+
+
+def test_the_same_build_packs_to_the_same_bytes(packages, tmp_path):
+    again = pack(tmp_path, TZ="Asia/Tokyo", LC_ALL="C")
+    assert [package.name for package in again] == [package.name for package in packages]
+    assert [package.read_bytes() for package in again] == [package.read_bytes()
+                                                           for package in packages]
+
+
+def test_systemd_accepts_the_unit(tree):
+    need("systemd-analyze", "systemd")
+    shutil.copytree("/lib/systemd/system", tree.root / "usr/lib/systemd/system", symlinks=True,
+                    dirs_exist_ok=True)
+    assert run("systemd-analyze", "verify", f"--root={tree.root}", "--man=no",
+               "--recursive-errors=no", "kalloagent.service") == ""
+
+
+def test_the_agents_files_in_tmp_are_spared_by_the_cleaning(tree):
+    need("systemd-tmpfiles", "systemd")
+    (tree.root / "usr/lib/tmpfiles.d/tmp.conf").write_text("q /tmp 1777 root root 0\n")
+    for name in (".kalloagent.channel", "Torvik.ServicePipe", "some.other"):
+        tree.write(f"tmp/{name}")
+    run("systemd-tmpfiles", f"--root={tree.root}", "--clean", "tmp.conf", "kalloagent.conf")
+    assert sorted(os.listdir(tree.root / "tmp")) == [".kalloagent.channel", "Torvik.ServicePipe"]
+
+
+def test_life_of_the_service(tree, packages):
+    assert tree.has(WANTS)
+
+    (tree.root / WANTS).unlink()  # systemctl disable
+    tree.dpkg("-i", *packages)
+    assert not tree.has(WANTS), "an upgrade enabled what the administrator had disabled"
+
+    for path in (HAND_OVER, CRASH_REPORT, "usr/share/.kallo/kept"):
+        tree.write(path)
+    tree.dpkg("--remove", "kalloagent")
+    assert os.readlink(tree.root / MASK) == "/dev/null"
+    assert tree.has(HAND_OVER) and tree.has(CRASH_REPORT)
+
+    tree.dpkg("--purge", "kalloagent")
+    assert not [path for path in (MASK, HAND_OVER, CRASH_REPORT) if tree.has(path)]
+    assert tree.has("usr/share/.kallo/kept"), "the folder is shared with the desktop"
+
+    tree.dpkg("-i", packages[0])
+    assert tree.has(WANTS)
