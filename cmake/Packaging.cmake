@@ -1,5 +1,6 @@
 # Two Debian packages, kalloagent (component daemon) and kalloctl (component client), by CPack;
-# ./dev package makes them, under the umask that the folders in them take. They have no Debian revision: the packaging is part of the project.
+# ./dev package makes them, under the umask that the folders in them take. They have no Debian
+# revision: the packaging is part of the project.
 
 set(packages kalloagent)
 set(kalloagent_component daemon)
