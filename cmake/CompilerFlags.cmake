@@ -11,6 +11,10 @@ endif()
 set(CMAKE_CXX_FLAGS_RELEASE "-O2")
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g")
 
+# Assertions name their file; the folder that the tree was built in is nobody's business.
+add_compile_options(-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=
+                    -fmacro-prefix-map=${CMAKE_BINARY_DIR}/rooms/=)
+
 include(CheckPIESupported)
 check_pie_supported()
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)

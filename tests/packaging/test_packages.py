@@ -144,15 +144,18 @@ def test_life_of_the_service(tree, packages):
     tree.dpkg("-i", *packages)
     assert not tree.has(WANTS), "an upgrade enabled what the administrator had disabled"
 
+    tree.dpkg("--remove", "kalloagent")
+    assert os.readlink(tree.root / MASK) == "/dev/null"
+    tree.dpkg("-i", *packages)
+    assert not tree.has(MASK)
+
     for path in (HAND_OVER, CRASH_REPORT, "usr/share/.kallo/kept"):
         tree.write(path)
     tree.dpkg("--remove", "kalloagent")
-    assert os.readlink(tree.root / MASK) == "/dev/null"
     assert tree.has(HAND_OVER) and tree.has(CRASH_REPORT)
-
     tree.dpkg("--purge", "kalloagent")
     assert not [path for path in (MASK, HAND_OVER, CRASH_REPORT) if tree.has(path)]
     assert tree.has("usr/share/.kallo/kept"), "the folder is shared with the desktop"
 
-    tree.dpkg("-i", packages[0])
+    tree.dpkg("-i", *packages)
     assert tree.has(WANTS)
