@@ -14,7 +14,7 @@
 namespace {
 
 constexpr int usualPackages = 200;
-constexpr int packagesIn10MB = 31000;
+constexpr int packagesIn10MB = 39000;
 
 std::string packageList(int packages) {
     std::string text =
