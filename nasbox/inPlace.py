@@ -7,7 +7,6 @@ import fcntl
 import os
 import shutil
 import signal
-import subprocess
 import sys
 
 ROOMS = ["/root/.config/ZELV", "/usr/share/.kallo", "/share", "/run/desktop", "/run/vexa",
@@ -70,6 +69,16 @@ def end_children():
             return
 
 
+def run(command):
+    """Waits for the command, and meanwhile for the processes that lose their parents: nobody else
+    would, and who waits for the end of one would wait for ever."""
+    child = os.posix_spawnp(command[0], command, os.environ)
+    while True:
+        pid, status = os.wait()
+        if pid == child:
+            return os.waitstatus_to_exitcode(status)
+
+
 def main(reason, command):
     moved, made, placed = [], [], []
     turn = os.open(__file__, os.O_RDONLY)  # one box at a time: they would share the machine
@@ -92,7 +101,7 @@ def main(reason, command):
             shutil.copy2(source, place, follow_symlinks=place.startswith(("/sbin", "/usr")))
             placed.append(place)
         os.chmod("/etc/config/shadow", 0o600)
-        return subprocess.run(command, check=False).returncode
+        return run(command)
     finally:
         end_children()
         for place in ROOMS + placed:

@@ -10,9 +10,9 @@ import pytest
 
 from box import SANITIZER, connect, processes, wait_until
 
-TREE = Path(os.environ.get("NASBOX_TREE", "/nonexistent"))
+TREE = Path(os.environ.get("NASBOX_TREE", ""))  # set inside the box alone
 FROM_TREE = ["etc/config", "etc/passwd", "etc/platform.conf", "share", "opt/vexa"]
-MADE_LATER = ["root/.config", "usr/share/.kallo", "run/kalloagent", "run/vexa", "run/desktop",
+MADE_LATER = ["root/.config/ZELV", "usr/share/.kallo", "run/kalloagent", "run/vexa", "run/desktop",
               "tmp/.en.pn.lo", "tmp/.kalloagent.channel", "tmp/Torvik.ServicePipe",
               "var/log/kalloagent.core", "var/log/vexa-services.log"]
 
@@ -36,6 +36,7 @@ class Nas:
     registry = "/etc/config/vexa.conf"
 
     def __init__(self):
+        assert TREE.is_absolute(), "these tests change system files: run them inside the box"
         self.replaced = {}
         for name in FROM_TREE + MADE_LATER:
             remove(Path("/", name))

@@ -117,12 +117,15 @@ def test_desktop_and_sample_packages(desktop):
 
     player = "/share/Volume1/vexa/Player"
     with subprocess.Popen([f"{player}/player-tv", "--fullscreen"], start_new_session=True) as program:
-        wait_until(lambda: "Player" in run("/usr/bin/wmctrl", "-lp").stdout)
-        assert len(lines("KALLO")) == 1 and len(lines("player-tv")) == 1
-        assert run(f"{player}/stop").returncode == 0 and program.wait(10) == 0
+        try:
+            wait_until(lambda: "Player" in run("/usr/bin/wmctrl", "-lp").stdout)
+            assert len(lines("torvik/KALLO")) == 1 and len(lines("player-tv")) == 1
+            assert run(f"{player}/stop").returncode == 0 and program.wait(10) == 0
+        finally:
+            program.terminate()
     assert "Player" not in run("/usr/bin/wmctrl", "-lp").stdout
     desktop.stop()
-    assert not lines("KALLO") and run("/usr/bin/wmctrl", "-lp").returncode == 1
+    assert not lines("torvik/KALLO") and run("/usr/bin/wmctrl", "-lp").returncode == 1
 
 
 def test_service_scripts(nas):  # pylint: disable=unused-argument
