@@ -72,7 +72,11 @@ def end_children():
 def run(command):
     """Waits for the command, and meanwhile for the processes that lose their parents: nobody else
     would, and who waits for the end of one would wait for ever."""
-    child = os.posix_spawnp(command[0], command, os.environ)
+    try:
+        child = os.posix_spawnp(command[0], command, os.environ)
+    except OSError as error:
+        print(f"nasbox: {command[0]}: {error.strerror}", file=sys.stderr)
+        return 127
     while True:
         pid, status = os.wait()
         if pid == child:

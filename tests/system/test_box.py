@@ -119,7 +119,8 @@ def test_desktop_and_sample_packages(desktop):
     with subprocess.Popen([f"{player}/player-tv", "--fullscreen"], start_new_session=True) as program:
         try:
             wait_until(lambda: "Player" in run("/usr/bin/wmctrl", "-lp").stdout)
-            assert len(lines("torvik/KALLO")) == 1 and len(lines("player-tv")) == 1
+            # A script's child has its command line until it has become another program.
+            wait_until(lambda: len(lines("torvik/KALLO")) == 1 and len(lines("player-tv")) == 1)
             assert run(f"{player}/stop").returncode == 0 and program.wait(10) == 0
         finally:
             program.terminate()
