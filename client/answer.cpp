@@ -1,5 +1,6 @@
 #include "client/answer.h"
 
+#include <cstring>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -58,10 +59,16 @@ void showAsJson(const XMLNode& document, const layout_t& layout) {
     printJson(answer, true);
 }
 
+// A refusal is told on standard error, where people see it too.
+bool isRefusal(const field_t& field, const std::string& value) {
+    return strcmp(field.name, resultElement) == 0 && !isSuccess(value);
+}
+
 void showFacts(const XMLNode& document, std::span<const field_t> facts) {
     std::vector<row_t> rows;
     for (const field_t& field : facts) {
-        if (const std::string value = valueOf(document, field); !value.empty()) {
+        const std::string value = valueOf(document, field);
+        if (!value.empty() && !isRefusal(field, value)) {
             rows.push_back({std::string(field.label) + ":", safeText(value)});
         }
     }

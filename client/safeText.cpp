@@ -37,15 +37,15 @@ struct decoded_t {
     size_t length;
 };
 
-// By the lead byte: how many bytes, the bits it carries, the least character that needs so many.
+// By the lead byte: how many bytes, and the least character that needs so many.
 struct lead_t {
-    unsigned char mask;
-    unsigned char value;
     size_t length;
     char32_t least;
+    unsigned char mask;
+    unsigned char value;
 };
 constexpr lead_t leads[] = {
-    {0x80, 0x00, 1, 0}, {0xE0, 0xC0, 2, 0x80}, {0xF0, 0xE0, 3, 0x800}, {0xF8, 0xF0, 4, 0x10000}};
+    {1, 0, 0x80, 0x00}, {2, 0x80, 0xE0, 0xC0}, {3, 0x800, 0xF0, 0xE0}, {4, 0x10000, 0xF8, 0xF0}};
 
 bool isScalar(char32_t character) {
     const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
