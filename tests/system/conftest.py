@@ -76,6 +76,13 @@ class Desktop:
         subprocess.run(["torvik-desktop", "stop"], check=True)
 
 
+def listening():
+    """Whether anybody listens on the agent's port."""
+    with open("/proc/net/tcp", encoding="ascii") as sockets:
+        return any(line.split()[1].endswith(":2654") and line.split()[3] == "0A"
+                   for line in sockets)
+
+
 class Daemon:
     """The agent under test. `status` is the exit status that `end` expects."""
     status = 0
@@ -86,13 +93,14 @@ class Daemon:
             options = {"stdin": subprocess.DEVNULL, "stdout": out, "stderr": err, **options}
             self.process = subprocess.Popen(["/usr/sbin/kalloagent"], **options)
         self.pid = self.process.pid
-        wait_until(self.listens, 30, "a listening agent")
+        wait_until(self.is_up, 30, "an agent that has come up")
 
-    def listens(self):
+    def is_up(self):
+        """Whether SIGINT has its handler, which gets it right after the listeners are there."""
         assert self.process.poll() is None, self.log()
-        with open("/proc/net/tcp", encoding="ascii") as sockets:
-            return any(line.split()[1].endswith(":2654") and line.split()[3] == "0A"
-                       for line in sockets)
+        with open(f"/proc/{self.pid}/status", encoding="utf-8", errors="replace") as status:
+            caught = next(line.split()[1] for line in status if line.startswith("SigCgt:"))
+        return int(caught, 16) >> (signal.SIGINT - 1) & 1
 
     def log(self):
         return self.err.read_text(encoding="utf-8", errors="replace")
@@ -112,6 +120,7 @@ class Daemon:
         status = self.wait()
         assert not SANITIZER.search(self.log()), self.log()
         assert status == self.status, self.log()
+        wait_until(lambda: not listening(), what="the end of its children that were just forked")
 
 
 @pytest.fixture
@@ -142,7 +151,7 @@ def start_daemon(nas, tmp_path):  # pylint: disable=unused-argument
         return started[-1]
 
     yield start
-    for agent in started:
+    for agent in reversed(started):
         agent.end()
 
 

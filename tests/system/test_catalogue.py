@@ -140,7 +140,7 @@ def test_lists_stay_whole_while_the_registry_is_rewritten(desktop, daemon):
     whole = NAMES, NAMES[:1] + NAMES[2:]
     assert all(any(seen == known[:len(seen)] for known in whole) for seen in lists)
     writer.join()
-    wait_until(lambda: names() == whole[1])
+    wait_until(lambda: names() == whole[1], 120)  # behind every event
 
 
 @pytest.mark.parametrize("descriptor, listed", [

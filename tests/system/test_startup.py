@@ -2,7 +2,6 @@
 start and what does not, and the signals."""
 import os
 import re
-import resource
 import signal
 import socket
 import subprocess
@@ -16,6 +15,7 @@ from conftest import run
 AGENT = "/usr/sbin/kalloagent"
 PID_FILE = Path("/run/kalloagent/kalloagent.pid")
 CORE = Path("/var/log/kalloagent.core")
+INOTIFY_LIMIT = Path("/proc/sys/user/max_inotify_instances")
 SETTINGS = Path("/root/.config/ZELV")
 MAIN_ERROR = r"\x1b\[1;31m\[File:kalloagent\]\[Line:\d+\]\[Func:int main\(\)\]: "
 INITIALIZE_ERROR = MAIN_ERROR.replace(r"main\(\)", r"CKalloAgent::initialize\(\)")
@@ -102,11 +102,17 @@ def test_address_taken(nas, port, error):  # pylint: disable=unused-argument
     assert re.search(f"{INITIALIZE_ERROR}{error}\x1b\\[m$", failed.stderr)
 
 
+@pytest.mark.skipif(not os.access(INOTIFY_LIMIT, os.W_OK), reason="its limit cannot be changed")
 def test_no_start_without_inotify(nas):  # pylint: disable=unused-argument
-    few = run(AGENT, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (5, 5)))
-    assert few.returncode == 0
-    assert re.search(r"^\[vexaManager\]\[CVexaManager::CVexaManager\(\)\]\[\d+\]\[err\] "
-                     r"m_dirMonitor\.Init\(\)\n$", few.stderr, re.M)
+    limit = INOTIFY_LIMIT.read_bytes()
+    INOTIFY_LIMIT.write_bytes(b"0")
+    failed = run(AGENT)
+    INOTIFY_LIMIT.write_bytes(limit)
+    assert failed.returncode == 0
+    assert re.fullmatch(r"\[inotify\]\[int corex::Inotify::Init\(\)\]\[\d+\]\[err\] "
+                        r"initfy_init\(\) Too many open files\n"
+                        r"\[vexaManager\]\[CVexaManager::CVexaManager\(\)\]\[\d+\]\[err\] "
+                        r"m_dirMonitor\.Init\(\)\n", failed.stderr)
 
 
 @pytest.mark.parametrize("loss", ["nothing", "report file", "reader of stdout", "stdout"])
