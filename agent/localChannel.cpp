@@ -2,9 +2,8 @@
 // tools. Whoever reaches the socket is on this machine, so the password travels as base64 only.
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
 #include "agent/handOver.h"
 #include "agent/kalloagent.h"
@@ -17,10 +16,21 @@ using credentialCipher::kCredentialBlockSize;
 using Block = std::array<unsigned char, kCredentialBlockSize>;
 
 constexpr unsigned char kEndMark = 0xFF;
+constexpr size_t kReadChunk = 4096;
 
+/// The whole file; empty when it cannot be read, whatever stands in its place.
 std::string readHandOverFile() {
-    std::ifstream file(handOver::kPasswordFile, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::string text;
+    FILE* file = fopen(handOver::kPasswordFile, "re");
+    if (file == nullptr) {
+        return text;
+    }
+    std::array<char, kReadChunk> chunk;
+    while (const size_t count = fread(chunk.data(), 1, chunk.size(), file)) {
+        text.append(chunk.data(), count);
+    }
+    fclose(file);
+    return text;
 }
 
 /// The password that the last login left; empty when there is none.
