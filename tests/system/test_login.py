@@ -1,0 +1,205 @@
+"""Logging in: who gets in, what is left for the desktop's tools, and what every failure leaves."""
+import base64
+import os
+import resource
+import signal
+import subprocess
+from pathlib import Path
+
+import pytest
+
+from box import CHANNEL, ask, payload, request, text
+from conftest import Daemon, run
+
+KEY = "4b1e90c27a5d03f8e6219b74c05a3d8f17e2694ab803cf5d916e27a0b4c85f13"
+HAND_OVER = Path("/usr/share/.kallo/.kallopw.log")
+SCRATCH = Path("/tmp/.en.pn.lo")
+ANSWER = (b'<ZelvDocRoot version="1.2">\n\t<torvik_ver>\n\t\t2.4.1\n\t</torvik_ver>\n'
+          b'\t<errRtn>\n\t\t%s\n\t</errRtn>\n</ZelvDocRoot>\n')
+SUCCESS, FAIL, SILENCE = ANSWER % b"login_success", ANSWER % b"login_fail", b""
+READ_FAILED = "[File:kalloagent][Line:{}][Func:void CKalloAgent::{}(const unsigned char*, " \
+              "const unsigned char*, resultContent_t&)]: {}() ... fail\n"
+
+
+def plain(value):
+    return base64.b64encode(value)
+
+
+def enciphered(value, filler=b"\xff"):
+    """What an app sends for a value: a block filled up to 64 bytes, enciphered, base64."""
+    done = subprocess.run(["openssl", "enc", "-aes-256-ecb", "-nopad", "-K", KEY], check=True,
+                          input=value.ljust(64, filler), capture_output=True)
+    return base64.b64encode(done.stdout)
+
+
+FORMS = {"Login": enciphered, "Login2": plain}
+BOTH = pytest.mark.parametrize("command", FORMS)
+
+
+@pytest.fixture(name="calls")
+def recorded_calls(nas, tmp_path):
+    """The command lines of wrconf, each word in brackets."""
+    calls = tmp_path / "calls"
+    calls.touch()
+    nas.replace("/sbin/wrconf", f'printf "[%s]" "$@" >>{calls}\necho >>{calls}\n')
+    return calls
+
+
+def add_account(password):
+    """The account `erin`, known to the server's list and to the system."""
+    line = "erin:" + run("openssl", "passwd", "-6", password).stdout.strip() + ":1::::::\n"
+    for name in ("/etc/config/shadow", "/etc/shadow"):
+        with open(name, "a", encoding="ascii") as shadow:
+            shadow.write(line)
+
+
+def log_in(command, user, password):
+    return ask(request(command, *(value for value in (user, password) if value is not None)))[1]
+
+
+def assert_nothing_left(calls):
+    assert not HAND_OVER.exists() and not SCRATCH.exists() and calls.read_text() == ""
+
+
+@BOTH
+def test_right_passwords(calls, daemon, command):
+    for user, password in [(b"admin", b"admin-secret"), (b"alice", b"wonderland"),
+                           (b"bob", b"builder"), (b"carol", b"carol123"), (b"guest2", b"visitor2")]:
+        user, password = FORMS[command](user), FORMS[command](password)
+        calls.write_bytes(b"")
+        assert log_in(command, user, password) == SUCCESS, daemon.log()
+        # The file of the log-in before was a longer one.
+        assert HAND_OVER.read_bytes() == password and not SCRATCH.exists()
+        recorded = f"[{user.decode()}]" if command == "Login" else ""
+        assert calls.read_text() == f"[ZelvRemote][Login]{recorded}[-f]" \
+                                    "[/root/.config/ZELV/KALLO.conf]\n"
+        with open(HAND_OVER, "ab") as file:
+            file.write(b"more" * 30)
+
+
+def test_odd_values_that_are_right(calls, daemon):
+    secret = plain(b"admin-secret")
+    for row, (command, user, password) in enumerate([
+            ("Login", enciphered(b"admin", b"\0"), enciphered(b"admin-secret\xff\xff rest")),
+            ("Login2", plain(b"admin\0rest"), plain(b"admin-secret\0\xff")),
+            ("Login2", b"YWRt''aW4=", secret),  # an empty pair of quotes is no text
+            ("Login2", rb"YWR\taW4=", secret), ("Login2", b"YWRt\naW4=", secret),
+            ("Login2", b"YWRtaW4=?", secret + b"*"),  # decoded as far as it goes
+            ("Login2", plain(b"admin" + bytes(90)), secret)]):
+        HAND_OVER.unlink(missing_ok=True)
+        assert log_in(command, user, password) == SUCCESS, (row, daemon.log())
+        assert HAND_OVER.read_bytes() == password and HAND_OVER.stat().st_mode & 0o777 == 0o600
+        assert calls.read_text().count("\n") == row + 1
+
+
+@BOTH
+def test_refusals(calls, daemon, command):
+    for user, password in [
+            (b"admin", b"Admin-secret"), (b"admin", b"admin-secret "), (b"admin", b"\xffadmin-secret"),
+            (b"nobody-here", b"x"), (b"dave", b"locked"), (b"", b"x"), (b"a" * 64, b"b" * 64),
+            (b"admin", None), (None, None)]:
+        values = [value if value is None else FORMS[command](value) for value in (user, password)]
+        assert log_in(command, *values) == FAIL, (user, daemon.log())
+    for values in (b"<param/>", b"<param></param>" + b"<param>x</param>", b"<Param>YQ==</Param>"):
+        assert ask(request(command).replace(b"</cmd>", b"</cmd>" + values))[1] == FAIL, values
+    assert_nothing_left(calls)
+
+
+@BOTH
+@pytest.mark.parametrize("file", ["/etc/config/shadow", "/etc/shadow"])
+def test_account_known_to_one_side_only(calls, daemon, command, file):
+    lines = Path(file).read_text(encoding="ascii").splitlines(keepends=True)
+    Path(file).write_text("".join(line for line in lines if line[:5] != "admin"), encoding="ascii")
+    assert log_in(command, *map(FORMS[command], (b"admin", b"admin-secret"))) == FAIL
+    assert daemon.zombies() == []
+    assert_nothing_left(calls)
+
+
+@BOTH
+def test_no_log_in_beside_a_desktop(desktop, calls, daemon, command):  # pylint: disable=unused-argument
+    assert log_in(command, *map(FORMS[command], (b"admin", b"admin-secret"))) == FAIL
+    assert_nothing_left(calls)
+
+
+@pytest.mark.parametrize("command, user, password, line, broken", [
+    ("Login", b"!!!!", None, 645, None), ("Login", None, b"!!!!", 661, None),
+    ("Login2", b"!!!!", None, 730, None), ("Login2", None, b"!!!!", 740, None),
+    ("Login2", b"YWRt' | 'aW4=", None, 730, None),           # the second stage has no such name
+    ("Login", None, None, 645, ("/bin/echo", None)),
+    ("Login2", None, None, 730, ("/usr/bin/base64", None)),
+    ("Login2", None, None, 730, ("/usr/bin/base64", "exit 0\n")),
+    ("Login2", None, None, 769, ("/usr/bin/base64", '[ "$1" = -d ] && openssl enc -d -base64 -A\n'))])
+def test_decoder_without_output(nas, calls, daemon, command, user, password, line, broken):
+    if broken:
+        nas.replace(*broken)
+    form = FORMS[command]
+    values = user or form(b"admin"), password or form(b"admin-secret")
+    assert ask(request(command, *values)) == (SILENCE, SILENCE)
+    function = "login" if command == "Login" else "loginWithoutAES"
+    assert READ_FAILED.format(line, function, "fread") in daemon.log()
+    SCRATCH.unlink(missing_ok=line != 769)
+    assert_nothing_left(calls)
+
+
+@BOTH
+def test_no_descriptors_for_the_decoder(calls, daemon, command):
+    """Whatever step the descriptors run out in, nobody is let in by half and none is lost."""
+    values = list(map(FORMS[command], (b"admin", b"admin-secret")))
+    before, used = daemon.fds(), max(map(int, os.listdir(f"/proc/{daemon.pid}/fd"))) + 1
+    limits = resource.prlimit(daemon.pid, resource.RLIMIT_NOFILE)
+    for spare, answer in ((2, FAIL), (3, SILENCE), (4, SILENCE), (20, SUCCESS)):
+        assert_nothing_left(calls)
+        resource.prlimit(daemon.pid, resource.RLIMIT_NOFILE, (used + spare, limits[1]))
+        assert log_in(command, *values) == answer, (spare, daemon.log())
+        assert daemon.fds() == before
+
+
+@pytest.mark.parametrize("length, extra, status, answer", [
+    (47, b"", 0, SUCCESS), (48, b"", 0, SUCCESS), (48, b"=", -signal.SIGABRT, SILENCE),
+    (49, b"", -signal.SIGABRT, SILENCE), (63, b"", -signal.SIGABRT, SILENCE)])
+def test_bounded_copy_of_login2(calls, daemon, length, extra, status, answer):
+    """A text of 64 characters just fits; a longer one of a right password stops the process."""
+    add_account("p" * length)
+    daemon.status = status
+    # Of a longer value the first 63 bytes count.
+    sent = plain(b"p" * length + b"q" * (length == 63)) + extra
+    assert log_in("Login2", plain(b"erin"), sent) == answer, daemon.log()
+    if status:
+        daemon.wait()
+        assert_nothing_left(calls)
+
+
+@pytest.mark.parametrize("length, answer", [(47, SUCCESS), (48, FAIL)])
+def test_last_block_of_login_is_noise(nas, daemon, length, answer):  # pylint: disable=unused-argument
+    add_account("p" * length)
+    assert log_in("Login", enciphered(b"erin"), enciphered(b"p" * length)) == answer
+
+
+@BOTH
+@pytest.mark.parametrize("make, answers", [
+    (lambda: HAND_OVER.mkdir(parents=True), (FAIL, FAIL)),
+    (lambda: HAND_OVER.parent.write_bytes(b""), (FAIL, FAIL)),
+    (lambda: (HAND_OVER.parent.mkdir(), HAND_OVER.symlink_to("/dev/full")), (FAIL, FAIL)),
+    (lambda: SCRATCH.mkdir(), (SUCCESS, FAIL)),
+    (lambda: SCRATCH.symlink_to("/tmp/victim"), (SUCCESS, FAIL))])
+def test_files_that_cannot_be_written(calls, daemon, command, make, answers):
+    make()
+    answer = answers[list(FORMS).index(command)]
+    assert log_in(command, *map(FORMS[command], (b"admin", b"admin-secret"))) == answer
+    assert bool(calls.read_text()) == (answer == SUCCESS) and not os.path.exists("/tmp/victim")
+
+
+@pytest.mark.parametrize("script", [None, "exit 1\n"])
+def test_settings_that_cannot_be_recorded(nas, daemon, script):  # pylint: disable=unused-argument
+    nas.replace("/sbin/wrconf", script)
+    assert log_in("Login2", plain(b"bob"), plain(b"builder")) == SUCCESS
+
+
+def test_road_of_a_password(daemon):  # pylint: disable=unused-argument
+    user = enciphered(b"carol")
+    assert log_in("Login", user, enciphered(b"carol123")) == SUCCESS
+    assert text(payload("GetPassword", address=CHANNEL), "passwd") == "Y2Fyb2wxMjM="
+    recorded = Path("/root/.config/ZELV/KALLO.conf")
+    assert recorded.read_bytes() == b"[ZelvRemote]\nLogin = %s\n" % user
+    assert log_in("Login2", plain(b"bob"), plain(b"builder")) == SUCCESS
+    assert recorded.read_bytes() == b"[ZelvRemote]\nLogin = \n"
