@@ -79,8 +79,9 @@ def test_settings_files(nas, start_daemon):  # pylint: disable=unused-argument
 
 
 def test_start_in_spite_of(start_daemon):
-    """A settings directory that cannot be made and a socket file that an earlier run left."""
-    SETTINGS.parent.write_bytes(b"")
+    """Settings files that cannot be made and a socket file that an earlier run left."""
+    SETTINGS.parent.mkdir(exist_ok=True)
+    SETTINGS.write_bytes(b"")
     with socket.socket(socket.AF_UNIX) as stale:
         stale.bind(CHANNEL)
     start_daemon()
