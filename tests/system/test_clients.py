@@ -1,0 +1,139 @@
+"""Clients that leave at the wrong moment, programs that must not hold what is the agent's, and
+thousands of requests: the next client is served, and nothing piles up."""
+import os
+import re
+import socket
+import struct
+import threading
+from pathlib import Path
+
+import pytest
+
+from box import CHANNEL, TCP, ask, connect, payload, processes, receive, request
+from box import text, wait_until
+
+PAD_ICON = Path("/share/Volume1/vexa/Player/.kallo/images/pad.png")
+IMAGE_SIZE = 5_000_000
+ANNOUNCED = b'<ZelvDocRoot version="1.2">\n\t<size>\n\t\t5000000\n\t</size>\n</ZelvDocRoot>\n'
+UNKNOWN = request("Nope")
+
+
+def leave(client):
+    client.close()
+    return None
+
+
+def reset(client):
+    client.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+    client.close()
+    return None
+
+
+def half_close(client):
+    client.shutdown(socket.SHUT_WR)
+    return len(receive(client))
+
+
+def go_on(client, step):
+    """Takes a client to a step of its conversation about a large icon."""
+    if step == "connected":
+        return
+    client.sendall(request("GetIcon", "Player", "pad"))
+    if step == "asked":
+        return
+    receive(client, lambda data: data == ANNOUNCED)
+    if step == "answered":
+        return
+    client.sendall(b"go")
+    assert len(client.recv(1000, socket.MSG_WAITALL)) == 1000
+
+
+@pytest.mark.parametrize("how", [leave, reset, half_close])
+@pytest.mark.parametrize("step, left", [("connected", 0), ("asked", len(ANNOUNCED)),
+                                        ("answered", 0), ("paid", IMAGE_SIZE - 1000)])
+def test_client_that_breaks_off(daemon, how, step, left):
+    PAD_ICON.write_bytes(b"\x89" * IMAGE_SIZE)
+    ask(UNKNOWN)
+    before = daemon.fds()
+    for _ in range(5):
+        with connect() as client:
+            go_on(client, step)
+            assert how(client) in (None, left)
+    assert b"invalid_command" in ask(UNKNOWN)[1]
+    assert daemon.fds() == before
+
+
+def test_clients_at_the_same_time(daemon):  # pylint: disable=unused-argument
+    answers = []
+    clients = [threading.Thread(target=lambda: answers.append(payload("Nope"))) for _ in range(5)]
+    for client in clients:
+        client.start()
+    for client in clients:
+        client.join()
+    assert [text(answer, "errRtn") for answer in answers] == ["invalid_command"] * 5
+
+
+@pytest.mark.parametrize("streams", ["broken pipes", "closed"])
+def test_without_standard_streams(desktop, nas, start_daemon, streams):
+    # pylint: disable=unused-argument
+    reader, writer = os.pipe()
+    os.close(reader)
+    agent = start_daemon(**({"stdout": writer, "stderr": writer} if streams == "broken pipes" else
+                            {"preexec_fn": lambda: os.closerange(0, 3)}))
+    os.close(writer)
+    assert text(payload("GetCurrentUser"), "user") == "admin"
+    nas.wrconf("Player", "Display_Name", "Changed")
+    wait_until(lambda: text(payload("ListVEXA"), "displayName") == "Changed")
+    if streams == "closed":
+        assert {os.readlink(f"/proc/{agent.pid}/fd/{fd}") for fd in range(3)} == {"/dev/null"}
+
+
+def program(name):
+    return next((pid for pid, *_, line in processes() if f"/{name} --fullscreen" in line), None)
+
+
+def test_started_program_holds_nothing_of_the_agent(desktop, daemon):
+    # pylint: disable=unused-argument
+    assert text(payload("Launch", "Player"), "errRtn") == "success"
+    player = wait_until(lambda: program("player-tv"))
+    held = [os.readlink(entry) for entry in Path(f"/proc/{player}/fd").iterdir()]
+    assert held and not [name for name in held if re.match(r"socket:|anon_inode:|/tmp/Tor|/etc/",
+                                                           name)]
+    with open(f"/proc/{player}/stat", encoding="ascii") as stat:
+        assert stat.read().rsplit(") ", 1)[1].split()[1] == "1"  # its parent is init
+    ask(request("KillAll"))
+    wait_until(lambda: program("player-tv") is None)
+
+
+def resident(agent):
+    with open(f"/proc/{agent.pid}/status", encoding="ascii") as status:
+        return int(re.search(r"VmRSS:\s+(\d+) kB", status.read())[1])
+
+
+def is_sanitized():
+    with open("/usr/sbin/kalloagent", "rb") as agent:
+        return b"__asan_init" in (content := agent.read()) or b"__tsan_init" in content
+
+
+def mixed_requests(count):
+    asked = [request(command) for command in ("Nope", "ListVEXA", "GetCurrentUser", "GetStatus",
+                                              "SetAutoLogin", "GetKALLOSetting", "Logout")]
+    asked += [request("GetIcon", "Player", "phone"), request("GetIcon", "Clock", "pad"),
+              request("Launch", "Nobody"), b"<ZelvDocRoot><cmd>Nope", b"\0", b"<a>" * 1365]
+    for i in range(count):
+        ask(asked[i % len(asked)])
+        for address in (TCP, CHANNEL):
+            with connect(address) as client:
+                if i % 3:
+                    client.sendall(request("GetPassword"))
+                if i % 3 == 1:
+                    receive(client, lambda data: b"</ZelvDocRoot>" in data)
+    ask(UNKNOWN)  # behind all others
+
+
+def test_nothing_piles_up(daemon):
+    mixed_requests(200)
+    fds, memory = daemon.fds(), resident(daemon)
+    mixed_requests(1000)
+    assert (daemon.fds(), daemon.zombies()) == (fds, [])
+    assert resident(daemon) < memory + 1024 or is_sanitized()
