@@ -9,7 +9,7 @@ import shutil
 import signal
 import sys
 
-ROOMS = ["/root/.config/ZELV", "/usr/share/.kallo", "/share", "/run/desktop", "/run/vexa",
+ROOMS = ["/root/.config", "/usr/share/.kallo", "/share", "/run/desktop", "/run/vexa",
          "/run/kalloagent", "/tmp/.kalloagent.channel", "/tmp/Torvik.ServicePipe",
          "/var/log/kalloagent.core", "/var/log/vexa-services.log"]
 ASIDE = "/.nasbox-aside"

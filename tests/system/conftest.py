@@ -12,7 +12,7 @@ from box import SANITIZER, connect, processes, wait_until
 
 TREE = Path(os.environ.get("NASBOX_TREE", ""))  # set inside the box alone
 FROM_TREE = ["etc/config", "etc/passwd", "etc/shadow", "etc/platform.conf", "share", "opt/vexa"]
-MADE_LATER = ["root/.config/ZELV", "usr/share/.kallo", "run/kalloagent", "run/vexa", "run/desktop",
+MADE_LATER = ["root/.config", "usr/share/.kallo", "run/kalloagent", "run/vexa", "run/desktop",
               "tmp/.en.pn.lo", "tmp/.kalloagent.channel", "tmp/Torvik.ServicePipe",
               "var/log/kalloagent.core", "var/log/vexa-services.log"]
 
