@@ -2,7 +2,10 @@
 import os
 import re
 import socket
+import subprocess
 import time
+from contextlib import contextmanager
+from pathlib import Path
 
 TCP = ("127.0.0.1", 9812)
 CHANNEL = "/tmp/.kalloagent.channel"
@@ -91,3 +94,15 @@ def processes():
                 yield int(entry), int(parent), state, line.read().replace("\0", " ").strip()
         except (FileNotFoundError, ProcessLookupError):
             continue
+
+
+@contextmanager
+def process_named(name):
+    """A process whose command line begins with `name`, as long as the context lasts."""
+    with subprocess.Popen([name, "600"], executable="/bin/sleep") as process:
+        try:
+            # For a moment of its start a program has no command line.
+            wait_until(Path(f"/proc/{process.pid}/cmdline").read_bytes)
+            yield process
+        finally:
+            process.kill()

@@ -13,7 +13,7 @@ from box import SANITIZER, connect, processes, wait_until
 TREE = Path(os.environ.get("NASBOX_TREE", ""))  # set inside the box alone
 FROM_TREE = ["etc/config", "etc/passwd", "etc/shadow", "etc/platform.conf", "share", "opt/vexa"]
 MADE_LATER = ["root/.config", "usr/share/.kallo", "run/kalloagent", "run/vexa", "run/desktop",
-              "tmp/.en.pn.lo", "tmp/.kalloagent.channel", "tmp/Torvik.ServicePipe",
+              "tmp/calls", "tmp/.en.pn.lo", "tmp/.kalloagent.channel", "tmp/Torvik.ServicePipe",
               "var/log/kalloagent.core", "var/log/vexa-services.log"]
 
 
@@ -57,6 +57,15 @@ class Nas:
         if script is not None:
             path.write_text("#!/bin/sh\n" + script, encoding="utf-8")
             path.chmod(0o755)
+
+    def record(self, *programs, then=""):
+        """Puts recorders in the place of programs; returns the file that they write each command
+        line to, its words in brackets. `then` is what a recorder does next."""
+        for program in programs:
+            self.replace(program, 'printf "%s\\n" "$(printf "[%s]" "$0" "$@")" >>/tmp/calls\n' + then)
+        calls = Path("/tmp/calls")
+        calls.touch()
+        return calls
 
     def restore(self):
         for path, old in self.replaced.items():

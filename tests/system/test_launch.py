@@ -1,0 +1,136 @@
+"""Launching and stopping packages: who may start what beside what, and how a program starts."""
+import base64
+import os
+import signal
+from pathlib import Path
+
+import pytest
+
+from box import ask, payload, process_named, processes, request, text, wait_until
+from conftest import run
+
+VEXA = "/share/Volume1/vexa"
+IN_ORDER = ["Player", "Browser", "StorageAdmin", "OldGame", "Clock", "Photos", "TvTuner"]
+PROGRAMS = {"Player": "player-tv", "Browser": "browser-tv", "StorageAdmin": "storage-tv",
+            "OldGame": "oldgame-tv", "Clock": "clock-tv", "Photos": "photos-tv"}
+STOPS = [f"[{VEXA}/{name}/stop]" for name in IN_ORDER]
+
+
+def started(name):
+    return [f"[{VEXA}/{name}/{PROGRAMS[name]}][--fullscreen]"]
+
+
+def settle(daemon):
+    """Until everything that the agent has started so far has run."""
+    wait_until(lambda: not any("/vexa/" in line or pid != daemon.pid and "kalloagent" in line
+                               for pid, _, _, line in processes()))
+
+
+# user of the desktop, package, workspace, is it running; answer, what was run
+DECISIONS = [
+    (None, "Player", None, False, "login_required", []),
+    (None, None, None, False, "login_required", []),
+    ("alice", None, "False", False, "success", []),
+    ("alice", "", "False", False, "success", []),
+    ("alice", "Nothing", "False", False, "vexa_not_found", []),
+    ("alice", "player", None, False, "vexa_not_found", []),
+    ("alice", "zelv-tuner", None, False, "vexa_not_found", []),
+    ("alice", "Lost", None, False, "vexa_not_found", []),
+    ("alice", "StorageAdmin", None, False, "no_permission", []),
+    ("alice", "StorageAdmin", "True", True, "no_permission", []),
+    ("admin", "StorageAdmin", "False", False, "success", started("StorageAdmin")),
+    ("admin", "StorageAdmin", "True", True, "invalid_command", []),
+    ("alice", "OldGame", None, False, "success", started("OldGame")),
+    ("alice", "Player", None, False, "success", started("Player")),
+    ("alice", "Player", "True", False, "success", started("Player")),
+    ("alice", "Player", "False", False, "success", started("Player")),
+    ("alice", "Player", "False", True, "success", []),
+    ("alice", "Player", "True", True, "invalid_command", []),
+    ("alice", "Player", None, True, "invalid_command", []),
+    ("alice", "Player", "false", True, "invalid_command", []),
+    ("alice", "Clock", "True", True, "invalid_command", []),
+    ("alice", "Browser", "False", True, "success", []),
+    ("alice", "Browser", "True", True, "success", []),
+    ("alice", "Browser", "True", False, "success", started("Browser")),
+    ("alice", "Photos", "True", True, "success", started("Photos")),
+    ("alice", "Photos", None, False, "success", started("Photos")),
+    ("alice", "Photos", "False", True, "success", STOPS + started("Photos")),
+    ("alice", "TvTuner", "False", False, "success", []),  # started by its vexaName, which differs
+]
+
+
+def test_decisions(nas, desktop, daemon):
+    calls = nas.record("/opt/vexa/screen-program", "/opt/vexa/screen-stop")
+    session = "admin"
+    for user, name, workspace, running, answer, run_then in DECISIONS:
+        if user != session:
+            desktop.stop() if session else None  # pylint: disable=expression-not-assigned
+            desktop.start(user) if user else None  # pylint: disable=expression-not-assigned
+            session = user
+        Path(nas.settings).write_text(f"[TaskBar]\nEnable = {workspace}\n" if workspace else "")
+        calls.write_text("")
+        with process_named(PROGRAMS[name] if running else "other"):
+            document = payload("Launch", *([] if name is None else [name]))
+        settle(daemon)
+        row = (user, name, workspace, running)
+        assert (text(document, "errRtn"), calls.read_text().splitlines()) == (answer, run_then), row
+    assert not daemon.zombies()
+
+
+@pytest.mark.parametrize("tool, stops", [
+    ("printf False\n", True), ("printf 'False\\n\\n'\n", False), ("echo Falsehood\n", False),
+    ("echo false\n", False), ("exit 0\n", False), (None, False)])
+def test_workspace_as_the_tool_tells(nas, desktop, daemon, tool, stops):  # pylint: disable=unused-argument
+    calls = nas.record("/opt/vexa/screen-program", "/opt/vexa/screen-stop")
+    nas.replace("/sbin/rdconf", tool)
+    assert text(payload("Launch", "Photos"), "errRtn") == "success"
+    settle(daemon)
+    assert calls.read_text().splitlines() == (STOPS if stops else []) + started("Photos")
+
+
+@pytest.mark.parametrize("kept", [False, True])
+def test_started_program(nas, desktop, start_daemon, kept):  # pylint: disable=unused-argument
+    """With `kept`, the agent has been started with SIGPIPE ignored, which is passed on."""
+    daemon = start_daemon(restore_signals=not kept, env={**os.environ, "A": "0", "B": "kept"})
+    nas.replace("/opt/vexa/screen-program", "exec sleep 600\n")
+    nas.replace("/opt/bin/zelvshmenv", "echo '<E><A>MQ==</A><A>Mg==</A><C/><D>!</D></E>'\n")
+    assert text(payload("Launch", "Player"), "errRtn") == "success"
+    pid, parent = wait_until(lambda: next(
+        ((pid, parent) for pid, parent, _, line in processes() if line == "sleep 600"), None))
+    try:
+        assert parent not in (daemon.pid, os.getpid())
+        assert os.getsid(pid) == os.getpgid(pid) != os.getsid(daemon.pid)
+        assert os.readlink(f"/proc/{pid}/cwd") == "/"
+        environment = Path(f"/proc/{pid}/environ").read_bytes().split(b"\0")
+        assert {b"A=Mg==", b"B=kept", b"C=", b"D=!"} <= set(environment)
+        assert sorted(os.listdir(f"/proc/{pid}/fd")) == ["0", "1", "2"]
+        masks = dict(line.split(":\t") for line in Path(f"/proc/{pid}/status").read_text().splitlines())
+        assert int(masks["SigBlk"], 16) == 0
+        assert int(masks["SigIgn"], 16) & 0xFFFF == kept << signal.SIGPIPE - 1
+    finally:
+        os.kill(pid, signal.SIGKILL)
+
+
+def test_stop_all(nas, start_daemon):
+    for name, command in (("Browser", ""), ("Clock", f"{VEXA}/Clock/stop now"), ("OldGame", "/nowhere")):
+        descriptor = Path(f"{VEXA}/{name}/.kallo/kallo.xml")
+        descriptor.write_text(descriptor.read_text().replace(f"{VEXA}/{name}/stop", command))
+    daemon = start_daemon()
+    calls = nas.record("/opt/vexa/screen-stop", then="sleep 0.1\necho end >>/tmp/calls\nexit 9\n")
+    assert ask(request("KillAll")) == (b"", b"")
+    assert calls.read_text().splitlines() == [
+        line for name in ("Player", "StorageAdmin", "Photos", "TvTuner")
+        for line in (f"[{VEXA}/{name}/stop]", "end")]
+    assert not daemon.zombies()
+
+
+def test_program_on_the_screen(nas, desktop, daemon):  # pylint: disable=unused-argument
+    """The sample packages themselves, from their start to their end."""
+    payload("Launch", "Player")
+    wait_until(lambda: "Player" in run("/usr/bin/wmctrl", "-lp").stdout)
+    assert text(payload("Launch", "Player"), "errRtn") == "invalid_command"
+    user = [line for line in Path("/run/vexa/Player/environment").read_text().splitlines()
+            if line.startswith("NasUser=")]
+    assert user == ["NasUser=" + base64.b64encode(b"admin").decode()]
+    ask(request("KillAll"))
+    assert "Player" not in run("/usr/bin/wmctrl", "-lp").stdout
