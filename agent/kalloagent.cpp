@@ -72,7 +72,8 @@ struct ConnectionOption {
     const char* failure;
 };
 
-// A peer that is gone is noticed within some eight seconds. The three intervals share one text.
+// An idle peer that is gone is noticed within some eight seconds. The three intervals share one
+// text.
 constexpr ConnectionOption kKeepAlive[] = {
     {SOL_SOCKET, SO_KEEPALIVE, 1, "set SO_KEEPALIVE fail\n"},
     {IPPROTO_TCP, TCP_KEEPIDLE, 5, "set TCP_KEEPINTVL fail\n"},

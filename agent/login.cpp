@@ -94,9 +94,11 @@ Block plainBlock(const unsigned char* passwordText, const Block& decoded) {
 /// Enciphers a block by way of the scratch file and the encoder, which both have to work.
 Outcome encodeBlock(const AesKeys& keys, Block& block) {
     credentialCipher::encrypt(keys, block.size(), block.data(), block.data());
-    // Only root reads it, and a link that somebody left in its place is not followed.
+    // Made anew each time: whoever put a file or a link of that name there first would read the
+    // password, or choose where it is written.
+    unlink(kScratchFile);
     const int scratch =
-        open(kScratchFile, O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, kScratchMode);
+        open(kScratchFile, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kScratchMode);
     if (scratch < 0) {
         return Outcome::refused;
     }
