@@ -1,5 +1,7 @@
 #include "packages/vexaManager.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -21,6 +23,24 @@ constexpr size_t kChecksumOutput = 128;
 std::string registryChecksum() {
     return support::readCommandOutput(support::splitWords(kChecksumCommand), kChecksumOutput)
         .value_or(std::string());
+}
+
+/// Tells one writing of the registry from another, also when both wrote the same.
+struct RegistryStamp {
+    ino_t inode = 0;
+    off_t size = 0;
+    time_t seconds = 0;
+    long nanoseconds = 0;
+
+    bool operator==(const RegistryStamp&) const = default;
+};
+
+RegistryStamp registryStamp() {
+    struct stat status {};
+    if (stat(packages::kRegistryFile, &status) != 0) {
+        return {};
+    }
+    return {status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
 }
 
 bool isRegistryChange(const inotify_event& event) {
@@ -80,11 +100,14 @@ int CVexaManager::OnEvent(corex::Inotify& /*source*/, const inotify_event* event
     if (!isRegistryChange(*event)) {
         return 0;
     }
+    const RegistryStamp before = registryStamp();
     std::string checksum = registryChecksum();
     if (checksum != m_checksum) {
-        m_checksum = std::move(checksum);
         reload_();
         m_refreshed = true;
+        // A change in the meantime brings another event, which must find this list outdated even
+        // when it brings the former content back.
+        m_checksum = registryStamp() == before ? std::move(checksum) : std::string();
     }
     return 0;
 }
