@@ -9,7 +9,7 @@ from pathlib import Path
 
 import pytest
 
-from box import CHANNEL, connect, request, ask, wait_until
+from box import CHANNEL, ask, connect, processes, request, wait_until
 from conftest import run
 
 AGENT = "/usr/sbin/kalloagent"
@@ -146,10 +146,15 @@ def test_signals_that_end_nothing(daemon):
         client.sendall(b"<x/>")
         daemon.process.send_signal(signal.SIGCONT)
         assert client.recv(1) == b""
-    daemon.process.send_signal(signal.SIGSTOP)
-    daemon.process.send_signal(signal.SIGCONT)
+
+    def interrupted():
+        daemon.process.send_signal(signal.SIGSTOP)
+        wait_until(lambda: (daemon.pid, "T") in {(pid, state) for pid, _, state, _ in processes()})
+        daemon.process.send_signal(signal.SIGCONT)
+        return "]: epoll_wait() ...%s fail\n" in daemon.log()
+
+    wait_until(interrupted)
     assert answers()
-    wait_until(lambda: "]: epoll_wait() ...%s fail\n" in daemon.log())
 
 
 def test_interrupt_in_the_middle_of_a_conversation(daemon):
