@@ -106,3 +106,9 @@ def process_named(name):
             yield process
         finally:
             process.kill()
+
+
+def built_with(runtime):
+    """Whether the agent carries the runtime of a sanitizer, "asan" or "tsan"."""
+    with open("/usr/sbin/kalloagent", "rb") as agent:
+        return f"__{runtime}_init".encode() in agent.read()

@@ -7,7 +7,7 @@ from xml.etree import ElementTree
 
 import pytest
 
-from box import ask, payload, request, text, texts, wait_until
+from box import ask, built_with, payload, request, text, texts, wait_until
 
 REGISTRY = Path("/etc/config/vexa.conf")
 PLAYER = Path("/share/Volume1/vexa/Player/.kallo/kallo.xml")
@@ -116,6 +116,8 @@ def test_what_refreshes_nothing(desktop, daemon, nas):  # pylint: disable=unused
     assert names() == NAMES[1:]
 
 
+@pytest.mark.skipif(built_with("asan"), reason="this runtime leaves its allocator locked in a "
+                                               "child forked while another thread allocates")
 def test_lists_stay_whole_while_the_registry_is_rewritten(desktop, daemon):
     # pylint: disable=unused-argument
     full = REGISTRY.read_bytes()
