@@ -96,6 +96,15 @@ def processes():
             continue
 
 
+def settle(daemon):
+    """Waits until the programs and scripts of packages that the agent has started have ended."""
+    def runs(pid, state, line):
+        # A program has no command line for a moment of its start.
+        return (not line or line == "/usr/sbin/kalloagent" and pid != daemon.pid or
+                "/share/Volume1/vexa/" in line) and state != "Z"
+    wait_until(lambda: not any(runs(pid, state, line) for pid, _, state, line in processes()), 60)
+
+
 @contextmanager
 def process_named(name):
     """A process whose command line begins with `name`, as long as the context lasts."""

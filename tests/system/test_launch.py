@@ -6,7 +6,8 @@ from pathlib import Path
 
 import pytest
 
-from box import ask, payload, process_named, processes, request, text, wait_until
+from box import ask, payload, process_named, processes, request, settle, text, \
+    wait_until
 from conftest import run
 
 VEXA = "/share/Volume1/vexa"
@@ -18,12 +19,6 @@ STOPS = [f"[{VEXA}/{name}/stop]" for name in IN_ORDER]
 
 def started(name):
     return [f"[{VEXA}/{name}/{PROGRAMS[name]}][--fullscreen]"]
-
-
-def settle(daemon):
-    """Until everything that the agent has started so far has run."""
-    wait_until(lambda: not any("/vexa/" in line or pid != daemon.pid and "kalloagent" in line
-                               for pid, _, _, line in processes()))
 
 
 # user of the desktop, package, workspace, is it running; answer, what was run
