@@ -1,0 +1,51 @@
+"""The agent on a real desktop: an X server without hardware, a window manager, the machine's wmctrl
+and X programs as packages (nasbox/tree-desktop). Needs a box with --real-windows."""
+import os
+import shutil
+from pathlib import Path
+
+import pytest
+
+from box import payload, processes, text, texts, wait_until
+from conftest import Desktop, run
+
+TREE = Path(__file__).resolve().parents[2] / "nasbox" / "tree-desktop"
+MISSING = [program for program in ("Xvfb", "jwm", "wmctrl", "xprop", "xclock", "urxvt")
+           if not shutil.which(program)]
+SECONDS = 60  # for X programs to come up on a busy machine
+
+pytestmark = pytest.mark.skipif(MISSING, reason=f"not installed (./dev setup --desktop): {MISSING}")
+
+
+@pytest.fixture
+def screen(nas):  # pylint: disable=unused-argument
+    assert os.environ["NASBOX_REAL_WINDOWS"], "run me in a box with --real-windows"
+    assert run("cp", "-r", f"{TREE}/.", "/").returncode == 0
+    session = Desktop()
+    session.start()
+    yield ":0"
+    session.stop()
+
+
+def windows():
+    """[first word of the title, process id] of every window that the agent reports, by title."""
+    status = payload("GetStatus")
+    assert text(status, "errRtn") == "success"
+    return sorted(map(list, zip(texts(status, "win_title"), map(int, texts(status, "pid")))))
+
+
+def running(program):
+    return [pid for pid, _, _, line in processes() if line.split()[:1] == [program]]
+
+
+def test_windows_come_and_go(screen, start_daemon):
+    start_daemon(env={**os.environ, "DISPLAY": screen})
+    assert not windows()
+    for package in ("WallClock", "Monitor"):
+        assert text(payload("Launch", package), "errRtn") == "success"
+    wait_until(lambda: windows() == [["Process", *running("urxvt")], ["Wall", *running("xclock")]],
+               SECONDS, "a window of each program, with its process")
+    assert text(payload("Launch", "WallClock"), "errRtn") == "invalid_command"  # it runs already
+    payload("KillAll")
+    assert not running("xclock") and not running("urxvt")
+    wait_until(lambda: not windows(), SECONDS, "an empty screen")
