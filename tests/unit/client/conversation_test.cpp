@@ -8,114 +8,69 @@
 namespace client {
 namespace {
 
-using namespace std::chrono_literals;
+using namespace std::literals;
 
-struct outcome_t {
-    const char* name;
-    script_t script;
-    reply_t reply;
-    bool received;
-    const char* error;  ///< a part of it; empty: none
-};
-
-std::string cutAt(size_t position, const std::string& text, bool tail) {
-    return tail ? text.substr(position) : text.substr(0, position);
-}
-
-class Outcomes : public testing::TestWithParam<outcome_t> {};
-
-TEST_P(Outcomes, AreToldApart) {
-    const outcome_t& row = GetParam();
-    FakeAgent agent(row.script);
+// What a conversation comes to: "got" and the payload, "silence", or "failure" and the reason.
+std::string converse(FakeAgent& agent, const std::string& request) {
     std::string error;
-    auto socket = connectTcp("localhost", agent.port(), 300ms, error);
-    ASSERT_NE(socket, nullptr) << error;
-    {
-        Conversation conversation(std::move(socket));
-        std::string payload;
-        EXPECT_EQ(conversation.ask("<a/>"), row.reply);
-        if (row.reply == reply_t::announced) {
-            EXPECT_EQ(conversation.receive(payload), row.received);
-        }
-        EXPECT_EQ(conversation.error().empty(), *row.error == '\0') << conversation.error();
-        EXPECT_NE(conversation.error().find(row.error), std::string::npos) << conversation.error();
-        if (row.received) {
-            EXPECT_EQ(payload, row.script.payload);
-        }
+    std::string payload;
+    Conversation conversation(connectTcp("localhost", agent.port, 300ms, error));
+    const reply_t reply = conversation.ask(request);
+    if (reply == reply_t::silence) {
+        return "silence" + conversation.error();
     }
-    agent.finish();
-    EXPECT_EQ(agent.request, "<a/>");
-    EXPECT_EQ(agent.goAhead.empty(), row.reply != reply_t::announced || row.script.payload.empty());
+    const bool isWhole = reply == reply_t::announced && conversation.receive(payload);
+    return isWhole ? "got " + payload + conversation.error() : "failure " + conversation.error();
 }
 
-const std::string nine = announce(9);
+std::string sized(const char* size) {
+    return "<ZelvDocRoot><size>"s + size + "</size></ZelvDocRoot>\n";
+}
 
-INSTANTIATE_TEST_SUITE_P(
-    Conversation, Outcomes,
-    testing::Values(
-        outcome_t{"whole", {{nine}, "nine byte"}, reply_t::announced, true, ""},
-        outcome_t{"segments",
-                  {{cutAt(5, nine, false), cutAt(5, nine, true)}, "nine byte"},
-                  reply_t::announced,
-                  true,
-                  ""},
-        // The payload begins with a line feed too, which must not be taken for the lagging one.
-        outcome_t{"laggingLineFeed",
-                  {{cutAt(nine.size() - 1, nine, false), "\n"}, "\nine byte"},
-                  reply_t::announced,
-                  true,
-                  ""},
-        outcome_t{"noLineFeed",
-                  {{cutAt(nine.size() - 1, nine, false)}, "\nine byte"},
-                  reply_t::announced,
-                  true,
-                  ""},
-        outcome_t{
-            "binary", {{announce(4)}, std::string("\0\xFF\r\n", 4)}, reply_t::announced, true, ""},
-        outcome_t{"nothingToGoAheadFor", {{announce(0)}, ""}, reply_t::announced, true, ""},
-        outcome_t{"shortPayload", {{nine}, "short"}, reply_t::announced, false, "5 of 9 bytes"},
-        outcome_t{"stuckPayload",
-                  {{nine}, "short", ending_t::hang},
-                  reply_t::announced,
-                  false,
-                  "timeout"},
-        outcome_t{"silence", {{}}, reply_t::silence, false, ""},
-        outcome_t{"stuck", {{}, "", ending_t::hang}, reply_t::failure, false, "timeout"},
-        outcome_t{"cutAnnouncement",
-                  {{"<ZelvDocRoot><size>3"}, "", ending_t::close, false},
-                  reply_t::failure,
-                  false,
-                  "cut short"},
-        outcome_t{"endlessAnnouncement",
-                  {{std::string(5000, ' ')}, "", ending_t::close, false},
-                  reply_t::failure,
-                  false,
-                  "no end"},
-        outcome_t{"noSize",
-                  {{"<ZelvDocRoot><size>x</size></ZelvDocRoot>\n"}},
-                  reply_t::failure,
-                  false,
-                  "no size"},
-        outcome_t{"negativeSize",
-                  {{"<ZelvDocRoot><size>-1</size></ZelvDocRoot>\n"}},
-                  reply_t::failure,
-                  false,
-                  "no size"},
-        outcome_t{"hugeSize", {{announce(SIZE_MAX)}}, reply_t::failure, false, "too much"}),
-    [](const auto& info) { return std::string(info.param.name); });
+TEST(Conversation, OutcomesAreToldApart) {
+    const std::string nine = announce(9);
+    const std::string unended = nine.substr(0, nine.size() - 1);
+    const std::string late = "failure the agent did not answer within the timeout";
+    const std::string noSize = "failure the agent's announcement names no size";
+    const auto alone = end_t::announcement;
+    const struct {
+        script_t script;
+        std::string outcome;
+    } rows[] = {
+        {{{nine}, "nine byte"}, "got nine byte"},
+        {{{nine.substr(0, 5), nine.substr(5)}, "nine byte"}, "got nine byte"},
+        {{{unended, "\n"}, "\nine byte"}, "got \nine byte"},  // a line feed that lags behind
+        {{{unended}, "\nine byte"}, "got \nine byte"},        // one that never comes
+        {{{announce(4)}, "\0\xFF\r\n"s}, "got \0\xFF\r\n"s},
+        {{{announce(0)}}, "got "},
+        {{{nine}, "short"}, "failure the answer ended after 5 of 9 bytes"},
+        {{{nine}, "short", end_t::never}, late},
+        {{{}, "", end_t::never}, late},
+        {{}, "silence"},
+        {{{sized("3").substr(0, 20)}, "", alone}, "failure the agent's announcement is cut short"},
+        {{{std::string(5000, ' ')}, "", alone}, "failure the agent's announcement has no end"},
+        {{{sized("x")}}, noSize},
+        {{{sized("-1")}}, noSize},
+        {{{sized("268435457")}}, "failure the agent announces 268435457 bytes, which is too much"},
+    };
+    for (const auto& row : rows) {
+        FakeAgent agent(row.script);
+        EXPECT_EQ(converse(agent, "<a/>"), row.outcome);
+        agent.finish();
+        EXPECT_EQ(agent.isGivenTheGoAhead, !row.script.payload.empty()) << row.outcome;
+        EXPECT_EQ(agent.request, "<a/>");
+    }
+}
 
 TEST(Conversation, SendsUpToTheLimitAndNoMore) {
-    for (const size_t size : {requestLimit, requestLimit + 1, size_t{0}}) {
+    for (const size_t size : {size_t{0}, requestLimit, requestLimit + 1}) {
         FakeAgent agent(answering("x"));
-        std::string error;
         const std::string request(size, 'a');
-        {
-            Conversation conversation(connectTcp("127.0.0.1", agent.port(), 1s, error));
-            const bool fits = size == requestLimit;
-            EXPECT_EQ(conversation.ask(request), fits ? reply_t::announced : reply_t::failure);
-        }
+        const bool fits = size == requestLimit;
+        EXPECT_EQ(converse(agent, request),
+                  fits ? "got x" : "failure a request has 1 to 4096 bytes");
         agent.finish();
-        EXPECT_EQ(agent.request, size == requestLimit ? request : "");
+        EXPECT_EQ(agent.request, fits ? request : "");
     }
 }
 

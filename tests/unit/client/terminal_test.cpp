@@ -11,63 +11,66 @@
 
 namespace {
 
-struct session_t {
-    pid_t process;
-    int terminal;
-    std::string shown = "";
+// kalloctl running on a terminal of its own.
+class Session {
+  public:
+    Session(const FakeAgent& agent, std::vector<std::string> words) {
+        words.insert(words.begin(),
+                     {KALLOCTL, "--timeout", "30", "-p", std::to_string(agent.port)});
+        std::vector<char*> argv;
+        for (std::string& word : words) {
+            argv.push_back(word.data());
+        }
+        argv.push_back(nullptr);
+        process = forkpty(&m_terminal, nullptr, nullptr, nullptr);
+        if (process == 0) {
+            execv(KALLOCTL, argv.data());
+            _exit(127);
+        }
+    }
+    ~Session() { close(m_terminal); }
 
     // Reads what is shown until `text` is among it, or until the program is gone.
     bool awaits(const std::string& text) {
         char buffer[512];
-        while (shown.find(text) == std::string::npos) {
-            const ssize_t count = read(terminal, buffer, sizeof buffer);
-            if (count <= 0) {
-                return false;
-            }
-            shown.append(buffer, static_cast<size_t>(count));
+        ssize_t count = 1;
+        while (shown.find(text) == std::string::npos && count > 0) {
+            count = read(m_terminal, buffer, sizeof buffer);
+            shown.append(buffer, count > 0 ? static_cast<size_t>(count) : 0);
         }
-        return true;
+        return count > 0;
+    }
+    void type(const std::string& keys) const {
+        EXPECT_EQ(write(m_terminal, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
     }
     bool echoes() const {
         termios mode = {};
-        tcgetattr(terminal, &mode);
+        tcgetattr(m_terminal, &mode);
         return (mode.c_lflag & ECHO) != 0;
     }
-    int end() {
+    // The exit status, or minus the signal that ended the program.
+    int end() const {
         int status = 0;
         waitpid(process, &status, 0);
-        close(terminal);
-        return status;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     }
+
+    pid_t process;
+    std::string shown;
+
+  private:
+    int m_terminal = -1;
 };
 
-session_t startOnTerminal(const FakeAgent& agent, std::vector<std::string> words) {
-    words.insert(words.begin(), {KALLOCTL, "--timeout", "30", "-p", std::to_string(agent.port())});
-    std::vector<char*> argv;
-    for (std::string& word : words) {
-        argv.push_back(word.data());
-    }
-    argv.push_back(nullptr);
-    session_t session = {};
-    session.process = forkpty(&session.terminal, nullptr, nullptr, nullptr);
-    if (session.process == 0) {
-        execv(KALLOCTL, argv.data());
-        _exit(127);
-    }
-    return session;
-}
-
 TEST(Terminal, NeverShowsThePassword) {
-    FakeAgent agent(
-        answering("<ZelvDocRoot version=\"1.2\"><errRtn>login_success</errRtn></ZelvDocRoot>\n"));
-    session_t session = startOnTerminal(agent, {"login", "anna", "--plain"});
+    FakeAgent agent(answeringFields("<errRtn>login_success</errRtn>"));
+    Session session(agent, {"login", "anna", "--plain"});
     ASSERT_TRUE(session.awaits("Password: "));
     EXPECT_FALSE(session.echoes());
-    ASSERT_EQ(write(session.terminal, "geheim\n", 7), 7);
+    session.type("geheim\n");
     EXPECT_TRUE(session.awaits("login_success"));
     EXPECT_TRUE(session.echoes());
-    const int status = session.end();
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    EXPECT_EQ(session.end(), 0);
     EXPECT_EQ(session.shown.find("geheim"), std::string::npos);
     agent.finish();
     EXPECT_NE(agent.request.find("Z2VoZWlt"), std::string::npos) << agent.request;
@@ -75,52 +78,41 @@ TEST(Terminal, NeverShowsThePassword) {
 
 TEST(Terminal, IsRestoredWhenThePromptIsInterrupted) {
     FakeAgent agent(script_t{});
-    session_t session = startOnTerminal(agent, {"login", "anna"});
+    Session session(agent, {"login", "anna"});
     ASSERT_TRUE(session.awaits("Password: "));
-    ASSERT_EQ(write(session.terminal, "\003", 1), 1);
-    int status = 0;
-    waitpid(session.process, &status, 0);
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << status;
+    session.type("\003");
+    EXPECT_EQ(session.end(), -SIGINT);
     EXPECT_TRUE(session.echoes());
-    close(session.terminal);
 }
 
-script_t answeringWindows(const std::string& windows) {
-    return answering("<ZelvDocRoot version=\"1.2\"><errRtn>success</errRtn>" + windows +
-                     "</ZelvDocRoot>\n");
+script_t answeringWindow(const std::string& refreshed, const std::string& id) {
+    return answeringFields("<errRtn>success</errRtn><isRefreshed>" + refreshed +
+                           "</isRefreshed><item><winid>" + id + "</winid><pid>7</pid></item>");
 }
 
 TEST(Terminal, WatchTellsEachChange) {
-    FakeAgent agent(std::vector<script_t>{
-        answeringWindows("<isRefreshed>false</isRefreshed>"
-                         "<item><win_title>Film</win_title><winid>0x1</winid><pid>7</pid></item>"),
-        {},
-        answeringWindows("<isRefreshed>true</isRefreshed>"
-                         "<item><win_title>Radio</win_title><winid>0x2</winid><pid>8</pid></item>"),
-    });
-    session_t session = startOnTerminal(agent, {"watch", "--json", "--interval", "0.1"});
-    EXPECT_TRUE(session.awaits("\"event\":\"opened\",\"winid\":\"0x2\",\"pid\":8,"));
+    FakeAgent agent({answeringWindow("false", "0x1"), {}, answeringWindow("true", "0x2")});
+    Session session(agent, {"watch", "--json", "--interval", "0.1"});
+    EXPECT_TRUE(session.awaits("\"event\":\"opened\",\"winid\":\"0x2\",\"pid\":7,"));
     kill(session.process, SIGTERM);
-    const int status = session.end();
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    EXPECT_EQ(session.end(), 0);
     size_t last = 0;
     for (const char* event : {"lost", "back", "refreshed", "closed", "opened"}) {
-        const size_t place = session.shown.find("\"event\":\"" + std::string(event));
-        EXPECT_TRUE(place != std::string::npos && place > last) << event << session.shown;
+        const size_t place = session.shown.find("\"event\":\"" + std::string(event), last + 1);
+        EXPECT_NE(place, std::string::npos) << event << session.shown;
         last = place;
     }
 }
 
 TEST(Terminal, WatchEndsWellWhenInterruptedInTheMiddleOfAPoll) {
     for (const int number : {SIGINT, SIGTERM}) {
-        FakeAgent agent(script_t{{announce(1)}, "", ending_t::hang});
-        session_t session = startOnTerminal(agent, {"watch"});
-        while (!agent.isGivenTheGoAhead()) {
+        FakeAgent agent(script_t{{announce(1)}, "", end_t::never});
+        Session session(agent, {"watch"});
+        while (!agent.isGivenTheGoAhead) {
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
         kill(session.process, number);
-        const int status = session.end();
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+        EXPECT_EQ(session.end(), 0);
     }
 }
 
