@@ -7,60 +7,41 @@
 
 namespace {
 
-TEST(Write, AnswerIsIndentedByTabs) {
-    XMLNode root = XMLNode::createTopNode("ZelvDocRoot");
-    root.addAttribute("version", "1.2");
-    root.addChild("torvik_ver").addText("2.1.0");
-    XMLNode item = root.addChild("item");
-    item.addAttribute("active", "a<b");
-    item.addChild("empty").addText("");
-    item.addText("1 & 2");
-    int size = 0;
-    char* const text = root.createString(1, &size);
-    EXPECT_STREQ(text,
-                 "<ZelvDocRoot version=\"1.2\">\n"
-                 "\t<torvik_ver>\n"
-                 "\t\t2.1.0\n"
-                 "\t</torvik_ver>\n"
-                 "\t<item active=\"a&lt;b\">\n"
-                 "\t\t<empty/>\n"
-                 "\t\t1 &amp; 2\n"
-                 "\t</item>\n"
-                 "</ZelvDocRoot>\n");
-    EXPECT_EQ(size, static_cast<int>(std::string(text).size()));
-    std::free(text);
-    EXPECT_EQ(written(item, 1), "<item active=\"a&lt;b\">\n\t<empty/>\n\t1 &amp; 2\n</item>\n");
-}
-
-struct WriteCase {
-    const char* text;
-    const char* indented;
-    const char* plain;
-};
-
 TEST(Write, LayoutFollowsTheFormat) {
-    const WriteCase rows[] = {
-        {"<a/>", "<a/>\n", "<a/>"},
-        {"<?xml version='1.0'?><a>x</a>", "<?xml version=\"1.0\"?>\n<a>\n\tx\n</a>\n",
-         "<?xml version=\"1.0\"?><a>x</a>"},
-        {"x<a><?b?><c/>y</a>", "x\n<a>\n\t<?b?>\n\t<c/>\n\ty\n</a>\n", "x<a><?b?><c/>y</a>"},
-        {"<a><b>x<!--1--><c/></b></a>", "<a>\n\t<b>\n\t\tx\n<!--1-->\t\t<c/>\n\t</b>\n</a>\n",
-         "<a><b>x<!--1--><c/></b></a>"},
-        {"<a><![CDATA[x]]></a>", "<a>\n<![CDATA[x]]></a>\n", "<a><![CDATA[x]]></a>"},
-        {"<a b c=''>&amp;&lt;&gt;&quot;&apos;\xE2\x82\xAC</a>",
-         "<a b c=\"\">\n\t&amp;&lt;&gt;&quot;&apos;\xE2\x82\xAC\n</a>\n",
-         "<a b c=\"\">&amp;&lt;&gt;&quot;&apos;\xE2\x82\xAC</a>"},
+    const struct {
+        const char* plain;
+        const char* indented;
+    } rows[] = {
+        {"<a/>", "<a/>\n"},
+        {"<?xml v=\"1\"?><a>x</a>", "<?xml v=\"1\"?>\n<a>\n\tx\n</a>\n"},
+        {"x<a><?b?><c/>y</a>", "x\n<a>\n\t<?b?>\n\t<c/>\n\ty\n</a>\n"},
+        {"<a><b>x<!--1--><c/></b></a>", "<a>\n\t<b>\n\t\tx\n<!--1-->\t\t<c/>\n\t</b>\n</a>\n"},
+        {"<a><![CDATA[x]]></a>", "<a>\n<![CDATA[x]]></a>\n"},
+        {"<a b c=\"\">&amp;&lt;&gt;</a>", "<a b c=\"\">\n\t&amp;&lt;&gt;\n</a>\n"},
     };
-    for (const WriteCase& row : rows) {
-        const XMLNode node = XMLNode::parseString(row.text);
-        EXPECT_EQ(written(node, 1), row.indented) << row.text;
-        EXPECT_EQ(written(node, 0), row.plain) << row.text;
+    for (const auto& row : rows) {
+        const XMLNode node = XMLNode::parseString(row.plain);
+        int size = 0;
+        std::free(node.createString(1, &size));
+        EXPECT_EQ(static_cast<size_t>(size), std::string(row.indented).size());
+        EXPECT_EQ(written(node, 1), row.indented);
+        EXPECT_EQ(written(node, 0), row.plain);
         EXPECT_EQ(written(XMLNode::parseString(row.indented), 1), row.indented) << "read back";
-        XMLSettings keepWhitespace;
-        keepWhitespace.dropWhitespace = false;
-        const SettingsGuard guard(keepWhitespace);
+        const SettingsGuard keepWhitespace({.dropWhitespace = false});
         EXPECT_EQ(written(node, 1), row.plain) << "no layout where white space counts";
     }
+}
+
+TEST(Write, TextsComeBackTheSame) {
+    XMLNode node = XMLNode::createTopNode("a");
+    node.addAttribute("b", "\"<'>&amp;\xC3");
+    node.addText("\xC3<c/>&#65;\xE2\x82\xAC\xF0&");
+    const XMLNode back = XMLNode::parseString(written(node, 1).c_str());
+    EXPECT_STREQ(back.attribute(0)->value, node.attribute(0)->value);
+    EXPECT_STREQ(back.text(), node.text());
+    EXPECT_EQ(back.childCount(), 0);
+    EXPECT_EQ(written(XMLNode::parseString("<a>&lt;<!-- -->&amp;<!-- -->'</a>")),
+              "<a>&lt;&amp;&apos;</a>");  // merged lengths
 }
 
 TEST(Build, PositionsCountInDocumentOrder) {
@@ -73,15 +54,14 @@ TEST(Build, PositionsCountInDocumentOrder) {
     node.addChild("d", true, -1);
     last.addText("x");
     EXPECT_EQ(written(node), "<a><b/>1<?/>2<z>x</z><?d?></a>");
-    EXPECT_STREQ(node.text(0), "1");
     EXPECT_STREQ(node.text(1), "2");
     EXPECT_STREQ(node.childNode(2).name(), "z");
     EXPECT_TRUE(node.childNode(3).isDeclaration());
 }
 
 TEST(Build, ManyItemsAfterAParseKeepTheirOrder) {
-    XMLNode node = XMLNode::parseString("<a x='1' y='2' z='3'><b/>t<c/>u<d/></a>");
-    std::string expected = "<a x=\"1\" y=\"2\" z=\"3\" k=\"v\" k=\"v\"><b/>t<c/>u<d/>";
+    XMLNode node = XMLNode::parseString("<a x='1'><b/>t<c/>u<d/></a>");
+    std::string expected = "<a x=\"1\" k=\"v\" k=\"v\"><b/>t<c/>u<d/>";
     node.addAttribute("k", "v");
     EXPECT_STREQ(node.addAttribute("k", "v")->value, "v");
     for (int i = 0; i < 1000; ++i) {
@@ -93,90 +73,52 @@ TEST(Build, ManyItemsAfterAParseKeepTheirOrder) {
     EXPECT_EQ(written(node), expected + "</a>");
 }
 
-TEST(Build, NothingIsAddedToTheEmptyNodeOrFromNothing) {
-    XMLNode empty;
-    EXPECT_TRUE(empty.addChild("a").isEmpty());
-    EXPECT_EQ(empty.addAttribute("a", "b"), nullptr);
-    EXPECT_EQ(empty.addText("a"), nullptr);
-    XMLNode node = XMLNode::createTopNode("a");
-    EXPECT_TRUE(node.addChild(nullptr).isEmpty());
-    EXPECT_EQ(node.addAttribute(nullptr, "x"), nullptr);
-    EXPECT_EQ(node.addText(nullptr), nullptr);
-    EXPECT_EQ(node.addText(""), nullptr);
-    EXPECT_EQ(node.addAttribute("b", nullptr)->value, nullptr);
-    EXPECT_EQ(written(node), "<a b/>");
+/// The number that a document gives to a node.
+std::string numberOf(const XMLNode& node) {
+    return node.isEmpty() ? "none" : node.attribute(0)->value;
 }
 
-class Lookup : public testing::Test {
-  protected:
-    const XMLNode m_node =
+TEST(Lookup, WalksCountsAndIndexes) {
+    const XMLNode node =
         XMLNode::parseString("<r>t<b n='0'/><A n='1'/><a n='2'/>u<c n='3'/><a n='4'/></r>");
-
-    /// The number that the document gives to a node.
-    static std::string numberOf(const XMLNode& node) {
-        return node.isEmpty() ? "none" : node.attribute(0)->value;
-    }
-};
-
-TEST_F(Lookup, IndexPointerWalksAllOfAName) {
     std::string found;
-    int index = 0;
-    for (XMLNode child = m_node.childNode("a", &index); !child.isEmpty();
-         child = m_node.childNode("a", &index)) {
+    int index = -3;
+    for (XMLNode child; !(child = node.childNode("a", &index)).isEmpty();) {
         found += numberOf(child) + "@" + std::to_string(index) + " ";
     }
     EXPECT_EQ(found, "1@2 2@3 4@5 ");
-    EXPECT_EQ(index, 5);
-    index = -3;
-    EXPECT_EQ(numberOf(m_node.childNode("b", &index)), "0");
-    index = 99;
-    EXPECT_TRUE(m_node.childNode("b", &index).isEmpty());
-    EXPECT_EQ(numberOf(m_node.childNode("C")), "3");
-    EXPECT_TRUE(m_node.childNode("aa").isEmpty());
+    EXPECT_EQ(numberOf(node.childNode("C")), "3");
+    EXPECT_TRUE(node.childNode("aa").isEmpty());
+    std::string byNumber;
+    std::string byIndex;
+    for (const int number : {-7, -1, 0, 1, 2, 3, 4, 5}) {
+        byNumber += numberOf(node.childNode("a", number)) + " ";
+        byIndex += numberOf(node.childNode(number)) + " ";
+    }
+    EXPECT_EQ(byNumber, "4 4 1 2 4 none none none ");
+    EXPECT_EQ(byIndex, "none none 0 1 2 3 4 none ");
+    EXPECT_EQ(node.childCount(), 5);
+    EXPECT_EQ(node.childCount("A"), 3);
+    EXPECT_STREQ(node.text(1), "u");
+    EXPECT_TRUE(node.text(2) == nullptr && node.text(-1) == nullptr);
+    EXPECT_EQ(node.attribute(0), nullptr);
 }
 
-TEST_F(Lookup, NumbersIndexesAndCounts) {
-    const std::pair<int, const char*> byNumber[] = {{0, "1"},    {1, "2"},  {2, "4"},
-                                                    {3, "none"}, {-1, "4"}, {-7, "4"}};
-    for (const auto& [number, expected] : byNumber) {
-        EXPECT_EQ(numberOf(m_node.childNode("a", number)), expected) << number;
-    }
-    EXPECT_TRUE(m_node.childNode("x", -1).isEmpty());
-    const std::pair<int, const char*> byIndex[] = {{0, "0"}, {4, "4"}, {5, "none"}, {-1, "none"}};
-    for (const auto& [index, expected] : byIndex) {
-        EXPECT_EQ(numberOf(m_node.childNode(index)), expected) << index;
-    }
-    EXPECT_EQ(m_node.childCount(), 5);
-    EXPECT_EQ(m_node.childCount("A"), 3);
-    EXPECT_EQ(m_node.childCount("x"), 0);
-    EXPECT_STREQ(m_node.text(1), "u");
-    EXPECT_EQ(m_node.text(2), nullptr);
-    EXPECT_EQ(m_node.text(-1), nullptr);
-    EXPECT_EQ(m_node.attribute(0), nullptr);
-}
-
-TEST_F(Lookup, EmptyNodeAnswersEverything) {
-    const XMLNode empty = m_node.childNode(17);
-    EXPECT_TRUE(empty.isEmpty());
-    EXPECT_EQ(empty.name(), nullptr);
-    EXPECT_EQ(empty.text(), nullptr);
-    EXPECT_EQ(empty.attribute(0), nullptr);
-    EXPECT_EQ(empty.clearSection(0), nullptr);
+TEST(EmptyNode, AnswersEverythingAndTakesNothing) {
+    XMLNode empty = XMLNode::parseString("<a/>").childNode(17);
+    EXPECT_TRUE(empty.isEmpty() && empty.name() == nullptr && empty.text() == nullptr);
+    EXPECT_TRUE(empty.attribute(0) == nullptr && empty.clearSection(0) == nullptr);
     EXPECT_EQ(empty.childCount() + empty.childCount("a"), 0);
     EXPECT_FALSE(empty.isDeclaration());
     EXPECT_TRUE(empty.childNode("a").childNode("b", -1).childNode(0).isEmpty());
-    int size = 1;
-    EXPECT_EQ(empty.createString(1, &size), nullptr);
-    EXPECT_EQ(size, 0);
-}
-
-TEST(Lookups, UnnamedNodeHoldsTheWholeDocument) {
-    const XMLNode document = XMLNode::parseString("<?xml?><!--c--><a/>");
-    EXPECT_EQ(document.name(), nullptr);
-    EXPECT_TRUE(document.childNode(0).isDeclaration());
-    EXPECT_STREQ(document.clearSection(0)->content, "c");
-    EXPECT_STREQ(document.clearSection(0)->openTag, "<!--");
-    EXPECT_STREQ(document.clearSection(0)->closeTag, "-->");
+    EXPECT_EQ(written(empty), "(none)");
+    EXPECT_TRUE(empty.addChild("a").isEmpty());
+    EXPECT_TRUE(empty.addAttribute("a", "b") == nullptr && empty.addText("a") == nullptr);
+    XMLNode node = XMLNode::createTopNode("a");
+    EXPECT_TRUE(node.addChild(nullptr).isEmpty() && node.addAttribute(nullptr, "x") == nullptr);
+    EXPECT_TRUE(node.addText(nullptr) == nullptr && node.addText("") == nullptr);
+    EXPECT_EQ(node.addAttribute("b", nullptr)->value, nullptr);
+    EXPECT_EQ(written(node), "<a b/>");
 }
 
 TEST(Lifetime, AnyHandleKeepsItsSubtree) {
@@ -186,7 +128,6 @@ TEST(Lifetime, AnyHandleKeepsItsSubtree) {
         child = top.childNode("b");
         const XMLNode& same = top;
         top = same;
-        EXPECT_STREQ(top.name(), "a");
         const XMLNode moved = std::move(top);
         top = XMLNode::createTopNode("other");
         EXPECT_STREQ(moved.name(), "a");
@@ -195,8 +136,6 @@ TEST(Lifetime, AnyHandleKeepsItsSubtree) {
     EXPECT_EQ(written(child), "<b>x<c d=\"1\"/><e>y</e></b>");
     child = child.childNode("c");
     EXPECT_EQ(written(child), "<c d=\"1\"/>");
-    child = child.childNode("none");
-    EXPECT_TRUE(child.isEmpty());
 }
 
 // The registry watcher parses descriptors while requests are parsed: ThreadSanitizer sees here
@@ -207,34 +146,13 @@ TEST(Threads, WorkOnTreesOfTheirOwn) {
             XMLNode node = XMLNode::parseString("<a><b>x</b></a>", "a");
             const XMLNode missing = node.childNode("none");
             node.addChild("c").addText(node.childNode("b").text());
-            const XMLNode copy = missing;
-            EXPECT_TRUE(copy.isEmpty());
+            EXPECT_TRUE(XMLNode(missing).isEmpty());
             EXPECT_EQ(written(node), "<a><b>x</b><c>x</c></a>");
         }
     };
     std::thread other(work);
     work();
     other.join();
-}
-
-TEST(Library, MessagesAndVersion) {
-    const std::pair<int, const char*> rows[] = {
-        {0, "No error"},
-        {1, "Warning: Unmatched end tag"},
-        {2, "Warning: No XML tag found"},
-        {3, "Error: No XML data"},
-        {6, "Error: Unmatched end tag"},
-        {11, "Error: First Tag not found"},
-        {13, "Error: Character code above 255 is forbidden in MultiByte char mode."},
-        {16, "Error: cannot write into file"},
-        {20, "Error: Base64 decode output buffer is too small"},
-        {21, "Unknown"},
-        {-1, "Unknown"},
-    };
-    for (const auto& [code, message] : rows) {
-        EXPECT_STREQ(XMLNode::errorText(static_cast<XMLError>(code)), message);
-    }
-    EXPECT_STREQ(XMLNode::versionString(), "v2.40");
 }
 
 }  // namespace

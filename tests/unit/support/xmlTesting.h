@@ -15,9 +15,6 @@ inline std::string written(const XMLNode& node, int format = 0) {
 
 /// Puts the library's settings back at the end of a test.
 struct SettingsGuard {
-    SettingsGuard() = default;
-    explicit SettingsGuard(const XMLSettings& settings) { XMLNode::setSettings(settings); }
-    SettingsGuard(const SettingsGuard&) = delete;
-    SettingsGuard& operator=(const SettingsGuard&) = delete;
+    explicit SettingsGuard(const XMLSettings& settings = {}) { XMLNode::setSettings(settings); }
     ~SettingsGuard() { XMLNode::setSettings(XMLSettings{}); }
 };
