@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 #include <cstring>
 
@@ -14,6 +15,7 @@ namespace {
 
 constexpr mode_t kDirectoryMode = 0755;
 constexpr mode_t kFileMode = 0600;
+constexpr size_t kReadChunk = 4096;
 
 }  // namespace
 
@@ -29,6 +31,20 @@ bool store(const char* text) {
     whole = fflush(file) == 0 && whole;
     whole = fsync(fd) == 0 && whole;
     return fclose(file) == 0 && whole;
+}
+
+std::string load() {
+    std::string text;
+    FILE* file = fopen(kPasswordFile, "re");
+    if (file == nullptr) {
+        return text;
+    }
+    std::array<char, kReadChunk> chunk;
+    while (const size_t count = fread(chunk.data(), 1, chunk.size(), file)) {
+        text.append(chunk.data(), count);
+    }
+    fclose(file);
+    return text;
 }
 
 }  // namespace handOver

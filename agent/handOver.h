@@ -1,6 +1,8 @@
 // The file through which a login hands the password over to the local channel.
 #pragma once
 
+#include <string>
+
 namespace handOver {
 
 inline constexpr const char* kDirectory = "/usr/share/.kallo";
@@ -9,5 +11,8 @@ inline constexpr const char* kPasswordFile = "/usr/share/.kallo/.kallopw.log";
 /// Replaces the file's content by `text`, making the directory when missing; only root may read
 /// the file. Returns true when the whole text was written, flushed and closed without an error.
 bool store(const char* text);
+
+/// The whole file; empty when it cannot be read, whatever stands in its place.
+std::string load();
 
 }  // namespace handOver

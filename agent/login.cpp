@@ -4,12 +4,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cassert>
 #include <cstring>
 
 #include "accounts/accountStore.h"
 #include "agent/agentLog.h"
+#include "agent/credentialBlock.h"
 #include "agent/desktopCheck.h"
 #include "agent/handOver.h"
 #include "agent/kalloagent.h"
@@ -20,12 +19,10 @@
 
 namespace {
 
-using credentialCipher::kCredentialBlockSize;
-using Block = std::array<unsigned char, kCredentialBlockSize>;
+using credentialBlock::Block;
 
 // One byte of a block always stays 0, so what is read is a text.
-constexpr size_t kDecodedLimit = kCredentialBlockSize - 1;
-constexpr unsigned char kFiller = 0xFF;
+constexpr size_t kDecodedLimit = credentialCipher::kCredentialBlockSize - 1;
 constexpr mode_t kScratchMode = 0600;
 constexpr const char* kScratchFile = "/tmp/.en.pn.lo";
 constexpr const char* kEncodeScratch = "cat /tmp/.en.pn.lo | /usr/bin/base64";
@@ -62,33 +59,6 @@ Outcome decodeValue(const unsigned char* value, Block& block, const char* functi
     }
     std::copy(output->begin(), output->end(), block.begin());
     return Outcome::success;
-}
-
-/// Deciphers a block as a client enciphered it, and cuts off the filler bytes behind the text.
-void decipherValue(const AesKeys& keys, Block& block) {
-    credentialCipher::decrypt(keys, block.size(), block.data(), block.data());
-    std::replace(block.begin(), block.end(), kFiller, static_cast<unsigned char>(0));
-}
-
-/// The bytes up to the first NUL; a block that deciphered to noise may have none.
-std::string textOf(const Block& block) {
-    return {block.begin(), std::find(block.begin(), block.end(), 0)};
-}
-
-bool isRight(const AccountStore& accounts, const Block& user, const Block& password) {
-    return accounts.verifyPassword(textOf(user), textOf(password)) == 0;
-}
-
-/// The block that a plain password is kept in: as many of its bytes as its base64 text has
-/// characters, so that a zero byte ends it, then filler. A text that does not fit stops the
-/// process.
-Block plainBlock(const unsigned char* passwordText, const Block& decoded) {
-    Block block;
-    block.fill(kFiller);
-    const size_t length = strlen(reinterpret_cast<const char*>(passwordText));
-    assert(length <= block.size());
-    std::copy_n(decoded.begin(), length, block.begin());
-    return block;
 }
 
 /// Enciphers a block by way of the scratch file and the encoder, which both have to work.
@@ -140,13 +110,12 @@ Outcome logInEnciphered(const AesKeys& keys, const unsigned char* user,
     if (outcome != Outcome::success) {
         return outcome;
     }
-    decipherValue(keys, userBlock);
     outcome = decodeValue(password, passwordBlock, kLogin, 661);
     if (outcome != Outcome::success) {
         return outcome;
     }
-    decipherValue(keys, passwordBlock);
-    if (!isRight(accounts, userBlock, passwordBlock)) {
+    if (accounts.verifyPassword(credentialBlock::decipheredText(keys, userBlock),
+                                credentialBlock::decipheredText(keys, passwordBlock)) != 0) {
         return Outcome::refused;
     }
     return recordLogin(password, {reinterpret_cast<const char*>(user)});
@@ -165,10 +134,14 @@ Outcome logInPlain(const AesKeys& keys, const unsigned char* user, const unsigne
     if (outcome != Outcome::success) {
         return outcome;
     }
-    if (!isRight(accounts, userBlock, passwordBlock)) {
+    if (accounts.verifyPassword(credentialBlock::textOf(userBlock),
+                                credentialBlock::textOf(passwordBlock)) != 0) {
         return Outcome::refused;
     }
-    Block block = plainBlock(password, passwordBlock);
+    // As many bytes as the base64 text has characters: more than it decodes to, so that a zero byte
+    // ends the password.
+    const size_t length = strlen(reinterpret_cast<const char*>(password));
+    Block block = credentialBlock::filledBlock(passwordBlock, length);
     outcome = encodeBlock(keys, block);
     // The desktop reads the text that the client sent, and asks for the user itself.
     return outcome == Outcome::success ? recordLogin(password, {}) : outcome;
