@@ -50,6 +50,7 @@ class CKalloAgent {
     void getVEXAList(resultContent_t& result);
 
   private:
+    friend class AgentProbe;  // the fuzz target "request", which serves connections of its own
     struct Command;
     static const Command kCommands[];
 
