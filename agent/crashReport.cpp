@@ -49,6 +49,23 @@ void writeCrashReport(pid_t sender) {
     }
 }
 
+/// Lets the process end with status 0 also when the report itself crashes (the heap may be what is
+/// broken) or hangs (a crash that holds the allocator's lock waits for itself).
+void guardReport() {
+    constexpr int kStops[] = {SIGSEGV, SIGBUS, SIGABRT, SIGALRM};
+    struct sigaction action {};
+    action.sa_handler = [](int) { _exit(0); };
+    sigset_t stops;
+    sigemptyset(&stops);
+    for (const int number : kStops) {
+        sigaction(number, &action, nullptr);
+        sigaddset(&stops, number);
+    }
+    // SIGSEGV is blocked while its handler runs; a blocked one would kill.
+    pthread_sigmask(SIG_UNBLOCK, &stops, nullptr);
+    alarm(kReportSeconds);
+}
+
 /// Ends the process without exit handlers, which are not safe in a signal handler; builds with a
 /// sanitizer or coverage take them, because their runtimes report from there.
 [[noreturn]] void leave() {
@@ -63,10 +80,7 @@ void writeCrashReport(pid_t sender) {
 
 void signal_handler(int sig, siginfo_t* info, void* /*context*/) {
     if (sig == SIGSEGV) {
-        // A crash that holds the allocator's lock would wait for itself in the report; nobody
-        // restarts a process that hangs.
-        signal(SIGALRM, SIG_DFL);
-        alarm(kReportSeconds);
+        guardReport();
         // Nobody may be left to read the standard output; the file is still to be written.
         signal(SIGPIPE, SIG_IGN);
         support::logLine(agentLog::Colour::resultType,
