@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 
@@ -16,12 +14,9 @@
 namespace {
 
 using corex::Socket;
-using corex::TcpSocket;
-using corex::UnixSocket;
 using SocketPtr = std::unique_ptr<Socket>;
 
 enum class Kind { tcp, unixPath, unixAbstract };
-constexpr Kind kKinds[] = {Kind::tcp, Kind::unixPath, Kind::unixAbstract};
 
 int portOf(Socket& socket) {
     sockaddr_in address{};
@@ -35,11 +30,11 @@ bool closesOnExec(Socket& socket) {
 }
 
 SocketPtr create(Kind kind, bool nonblock = false) {
-    return kind == Kind::tcp ? SocketPtr(TcpSocket::CreateSocket(AF_INET, nonblock))
-                             : SocketPtr(UnixSocket::CreateSocket(SOCK_STREAM, nonblock));
+    return kind == Kind::tcp ? SocketPtr(corex::TcpSocket::CreateSocket(AF_INET, nonblock))
+                             : SocketPtr(corex::UnixSocket::CreateSocket(SOCK_STREAM, nonblock));
 }
 
-class SocketTest : public ::testing::Test {
+class Sockets : public testing::TestWithParam<Kind> {
   protected:
     void SetUp() override { ASSERT_NE(mkdtemp(m_directory.data()), nullptr); }
     void TearDown() override { std::filesystem::remove_all(m_directory); }
@@ -49,57 +44,48 @@ class SocketTest : public ::testing::Test {
     std::string m_directory = std::filesystem::temp_directory_path() / "sockets.XXXXXX";
 };
 
-TEST_F(SocketTest, CarriesBytesBothWaysAndOutlivesItsPeer) {
-    signal(SIGPIPE, SIG_DFL);
-    for (const Kind kind : kKinds) {
-        SCOPED_TRACE(static_cast<int>(kind));
-        const int flag = kind == Kind::unixAbstract ? 1 : 0;
-        const SocketPtr listener = create(kind, true);
-        ASSERT_EQ(kind == Kind::tcp ? listener->Bind(0) : listener->Bind(path("s"), flag), 0);
-        ASSERT_EQ(listener->Listen(1), 0);
-        EXPECT_EQ(listener->Accept(), nullptr);
-        EXPECT_EQ(errno, EAGAIN);
+INSTANTIATE_TEST_SUITE_P(All, Sockets,
+                         testing::Values(Kind::tcp, Kind::unixPath, Kind::unixAbstract));
 
-        SocketPtr client = create(kind);
-        ASSERT_EQ(kind == Kind::tcp ? client->Connect("127.0.0.1", portOf(*listener))
-                                    : client->Connect(path("s"), flag),
-                  0);
-        const SocketPtr served(listener->Accept());
-        ASSERT_NE(served, nullptr);
-        EXPECT_TRUE(closesOnExec(*listener) && closesOnExec(*client) && closesOnExec(*served));
+TEST_P(Sockets, CarryBytesBothWaysAndOutliveTheirPeer) {
+    const bool isTcp = GetParam() == Kind::tcp;
+    const int flag = GetParam() == Kind::unixAbstract ? 1 : 0;
+    const SocketPtr listener = create(GetParam(), true);
+    ASSERT_EQ(isTcp ? listener->Bind(0) : listener->Bind(path("s"), flag), 0);
+    ASSERT_EQ(listener->Listen(1), 0);
+    EXPECT_EQ(listener->Accept(), nullptr);
+    EXPECT_EQ(errno, EAGAIN);
+    SocketPtr client = create(GetParam());
+    ASSERT_EQ(
+        isTcp ? client->Connect("127.0.0.1", portOf(*listener)) : client->Connect(path("s"), flag),
+        0);
+    const SocketPtr served(listener->Accept());
+    ASSERT_NE(served, nullptr);
+    EXPECT_TRUE(closesOnExec(*listener) && closesOnExec(*client) && closesOnExec(*served));
 
-        char buffer[16] = {};
-        EXPECT_EQ(client->Write(""), -1);
-        EXPECT_EQ(client->Write(std::string("ask")), 3);
-        EXPECT_EQ(served->Read(buffer, sizeof buffer), 3);
-        EXPECT_EQ(served->Write("reply", 5), 5);
-        EXPECT_EQ(client->Read(buffer, sizeof buffer), 5);
-        EXPECT_STREQ(buffer, "reply");
+    char buffer[16] = {};
+    EXPECT_EQ(client->Write(""), -1);
+    EXPECT_EQ(client->Write(std::string("ask")), 3);
+    EXPECT_EQ(served->Read(buffer, sizeof buffer), 3);
+    EXPECT_EQ(served->Write("reply", 5), 5);
+    EXPECT_EQ(client->Read(buffer, sizeof buffer), 5);
+    EXPECT_STREQ(buffer, "reply");
+    const int descriptor = client->GetSocket();
+    client->Close();
+    EXPECT_EQ(client->GetSocket(), -1);
+    ASSERT_EQ(dup(STDIN_FILENO), descriptor) << "its number is free again";
+    client->Close();
+    client.reset();
+    EXPECT_EQ(close(descriptor), 0) << "what took its number is still open";
 
-        client.reset();
-        EXPECT_EQ(served->Read(buffer, sizeof buffer), 0);
-        while (served->Write("anyone?") > 0) {
-        }
-        EXPECT_EQ(served->Write("x", 1), -1);
-        EXPECT_EQ(errno, EPIPE);
+    EXPECT_EQ(served->Read(buffer, sizeof buffer), 0);
+    while (served->Write("anyone?") > 0) {
     }
-    EXPECT_EQ(signal(SIGPIPE, SIG_DFL), SIG_DFL);
+    EXPECT_EQ(served->Write("x", 1), -1);
+    EXPECT_EQ(errno, EPIPE);
 }
 
-TEST_F(SocketTest, AClosedSocketTouchesNoDescriptor) {
-    for (const Kind kind : kKinds) {
-        SocketPtr socket = create(kind);
-        const int descriptor = socket->GetSocket();
-        socket->Close();
-        EXPECT_EQ(socket->GetSocket(), -1);
-        ASSERT_EQ(dup(STDIN_FILENO), descriptor) << "its number is free again";
-        socket->Close();
-        socket.reset();
-        EXPECT_EQ(close(descriptor), 0) << "what took its number is still open";
-    }
-}
-
-TEST_F(SocketTest, FailuresAreResults) {
+TEST_F(Sockets, FailuresAreResults) {
     const SocketPtr tcp = create(Kind::tcp);
     EXPECT_EQ(tcp->Bind("not an address", 0), -1);
     EXPECT_EQ(tcp->Connect("300.1.1.1", 1), -1);
@@ -108,23 +94,23 @@ TEST_F(SocketTest, FailuresAreResults) {
     EXPECT_EQ(create(Kind::tcp)->Bind(portOf(*tcp)), -1);
     EXPECT_EQ(create(Kind::unixPath)->Bind(m_directory, 0), -1);
     EXPECT_EQ(create(Kind::unixPath)->Connect(path("nobody"), 0), -1);
-    EXPECT_EQ(TcpSocket::CreateSocket(-1, false), nullptr);
+    EXPECT_EQ(corex::TcpSocket::CreateSocket(-1, false), nullptr);
 }
 
-TEST_F(SocketTest, UnixPathsAreCutAndReplaceWhatStandsThere) {
+TEST_F(Sockets, UnixPathsAreCutAndReplaceWhatStandsThere) {
     const std::string longPath = path(std::string(106, 'p'));
     const SocketPtr stale = create(Kind::unixPath);
+    const SocketPtr listener = create(Kind::unixPath);
     ASSERT_EQ(stale->Bind(longPath, 0), 0);
     EXPECT_TRUE(std::filesystem::is_socket(longPath.substr(0, 106)));
-    const SocketPtr listener = create(Kind::unixPath);
     ASSERT_EQ(listener->Bind(longPath, 0), 0);
     ASSERT_EQ(listener->Listen(1), 0);
     EXPECT_EQ(create(Kind::unixPath)->Connect(longPath + "longer", 0), 0);
 }
 
-TEST_F(SocketTest, DatagramsReachTheShortenedName) {
-    const SocketPtr receiver(UnixSocket::CreateSocket(SOCK_DGRAM, false));
-    const SocketPtr sender(UnixSocket::CreateSocket(SOCK_DGRAM, false));
+TEST_F(Sockets, DatagramsReachTheShortenedName) {
+    const SocketPtr receiver(corex::UnixSocket::CreateSocket(SOCK_DGRAM, false));
+    const SocketPtr sender(corex::UnixSocket::CreateSocket(SOCK_DGRAM, false));
     ASSERT_EQ(receiver->Bind(path("post"), 0), 0);
     EXPECT_EQ(sender->SendTo("letter", path("postXY"), 0, 0), 6);
     char buffer[16] = {};
@@ -133,32 +119,25 @@ TEST_F(SocketTest, DatagramsReachTheShortenedName) {
     EXPECT_STREQ(buffer, "letter");
 }
 
-struct Misuse {
-    const char* pattern;  // of what the process says before it stops
-    void (*call)(Socket& tcp, Socket& local);
-};
-
-const Misuse kMisuses[] = {
-    {"Assertion .m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Bind(0); }},
-    {"Assertion .m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Listen(1); }},
-    {"Assertion .m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Accept(); }},
-    {"Assertion .m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Connect("", 0); }},
-    {"Assertion .m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Write(""); }},
-    {"Assertion .buf'", [](Socket& tcp, Socket&) { tcp.Read(nullptr, 0); }},
-    {"Assertion .buf'", [](Socket&, Socket& local) { local.Write(nullptr, 0); }},
-    {"Assertion .address.size.. > 0'", [](Socket&, Socket& local) { local.Bind("", 0); }},
-    {"Assertion .address.size.. > 0'", [](Socket&, Socket& local) { local.Connect("", 1); }},
-    {"^.Socket.h..virtual int corex::Socket::Bind.int...[0-9]+. Not implement yet\n",
-     [](Socket&, Socket& local) { local.Bind(1); }},
-    {"Assertion .false'", [](Socket& tcp, Socket&) { tcp.SendTo("a", "b", 0, 0); }},
-};
-
 TEST(SocketDeathTest, MisuseStopsTheProcess) {
+    const std::pair<const char*, void (*)(Socket & tcp, Socket & local)> rows[] = {
+        {"m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Bind(0); }},
+        {"m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Accept(); }},
+        {"m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Connect("", 0); }},
+        {"m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Write(""); }},
+        {"Assertion .buf'", [](Socket& tcp, Socket&) { tcp.Read(nullptr, 0); }},
+        {"Assertion .buf'", [](Socket& tcp, Socket&) { tcp.Write(nullptr, 0); }},
+        {"Assertion .buf'", [](Socket&, Socket& local) { local.Write(nullptr, 0); }},
+        {"address.size.. > 0'", [](Socket&, Socket& local) { local.Bind("", 0); }},
+        {"address.size.. > 0'", [](Socket&, Socket& local) { local.Connect("", 1); }},
+        {"^.Socket.h..virtual int corex::Socket::Bind.int...[0-9]+. Not implement yet\n",
+         [](Socket&, Socket& local) { local.Bind(1); }},
+        {"Assertion .false'", [](Socket& tcp, Socket&) { tcp.SendTo("a", "b", 0, 0); }},
+    };
     const SocketPtr tcp = create(Kind::tcp);
     const SocketPtr local = create(Kind::unixPath);
-    for (const Misuse& misuse : kMisuses) {
-        EXPECT_DEATH((dup2(STDERR_FILENO, STDOUT_FILENO), misuse.call(*tcp, *local)),
-                     misuse.pattern);
+    for (const auto& [pattern, call] : rows) {
+        EXPECT_DEATH((dup2(STDERR_FILENO, STDOUT_FILENO), call(*tcp, *local)), pattern);
     }
 }
 
