@@ -9,7 +9,7 @@ namespace {
 
 constexpr const char* kProtocolVersion = "1.2";
 
-// Indexed by code. The third is spelled as clients compare it.
+// Indexed by code. That of code 3 is spelled as clients compare it.
 constexpr const char* kCodeTexts[] = {"success",           "no_permission",  "login_required",
                                       "paramter_required", "vexa_not_found", "invalid_command"};
 

@@ -8,8 +8,8 @@
 
 namespace corex {
 
-/// See corex::Socket for ownership, results and threads. Every operation but Read and
-/// Write(buf, len) asserts that the socket is open.
+/// See corex::Socket for ownership, results and threads. Every operation but GetSocket, Close,
+/// Read and Write(buf, len) asserts that the socket is open.
 class TcpSocket final : public Socket {
   public:
     /// Takes over the descriptor `socket` of address family `family`.
