@@ -10,14 +10,28 @@
 namespace support {
 namespace {
 
-/// Keeps every signal and a cancellation away from the calling thread for the object's life.
+bool hasHandler(int number) noexcept {
+    struct sigaction action {};
+    if (sigaction(number, nullptr, &action) != 0) {
+        return false;  // no such signal, or one of the C library's own
+    }
+    const bool isPlain = (action.sa_flags & SA_SIGINFO) == 0;
+    return !isPlain || (action.sa_handler != SIG_DFL && action.sa_handler != SIG_IGN);
+}
+
+/// Keeps every handler and a cancellation away from the calling thread for the object's life.
 class UndisturbedThread {
   public:
     UndisturbedThread() noexcept {
-        sigset_t everything;
-        sigfillset(&everything);
+        sigset_t blocked;
+        sigfillset(&blocked);
+        if (!hasHandler(SIGCHLD)) {
+            // The kernel drops one at once. Were it blocked here, the end of a brief child would
+            // be kept for another thread and interrupt what that one waits in.
+            sigdelset(&blocked, SIGCHLD);
+        }
         pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_cancelState);
-        pthread_sigmask(SIG_SETMASK, &everything, &m_mask);
+        pthread_sigmask(SIG_BLOCK, &blocked, &m_mask);
     }
     ~UndisturbedThread() {
         pthread_sigmask(SIG_SETMASK, &m_mask, nullptr);
@@ -37,17 +51,11 @@ class UndisturbedThread {
 /// A handler that ran in a child sharing memory would write into the daemon itself.
 void dropHandlers() noexcept {
     for (int number = 1; number < NSIG; ++number) {
-        struct sigaction action {};
-        if (sigaction(number, nullptr, &action) != 0) {
-            continue;  // no such signal, or one of the C library's own
+        if (hasHandler(number)) {
+            struct sigaction action {};
+            action.sa_handler = SIG_DFL;
+            sigaction(number, &action, nullptr);
         }
-        const bool isPlain = (action.sa_flags & SA_SIGINFO) == 0;
-        if (isPlain && (action.sa_handler == SIG_DFL || action.sa_handler == SIG_IGN)) {
-            continue;
-        }
-        action = {};
-        action.sa_handler = SIG_DFL;
-        sigaction(number, &action, nullptr);
     }
 }
 
