@@ -95,6 +95,7 @@ def test_changes_of_the_registry(desktop, daemon, nas):  # pylint: disable=unuse
             (lambda: REGISTRY.write_bytes(original), NAMES)]:
         change()
         wait_until(lambda expected=expected: names() == expected, what=f"the list {expected}")
+        settle(daemon)
         assert (refreshed(), refreshed()) == ("true", "false")
 
 

@@ -9,7 +9,7 @@ from pathlib import Path
 
 import pytest
 
-from box import CHANNEL, ask, connect, processes, request, wait_until
+from box import CHANNEL, ask, built_with, connect, processes, request, wait_until
 from conftest import run
 
 AGENT = "/usr/sbin/kalloagent"
@@ -159,6 +159,7 @@ def test_signals_that_end_nothing(daemon):
     assert answers()
 
 
+@pytest.mark.skipif(built_with("tsan"), reason="this runtime keeps back a signal in a read(2)")
 def test_interrupt_in_the_middle_of_a_conversation(daemon):
     with connect() as client:
         client.sendall(request("Nope"))
