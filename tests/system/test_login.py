@@ -9,7 +9,7 @@ from pathlib import Path
 import pytest
 
 from box import CHANNEL, ask, payload, request, text
-from conftest import Daemon, run
+from conftest import remove, run
 
 KEY = "4b1e90c27a5d03f8e6219b74c05a3d8f17e2694ab803cf5d916e27a0b4c85f13"
 HAND_OVER = Path("/usr/share/.kallo/.kallopw.log")
@@ -37,12 +37,8 @@ BOTH = pytest.mark.parametrize("command", FORMS)
 
 
 @pytest.fixture(name="calls")
-def recorded_calls(nas, tmp_path):
-    """The command lines of wrconf, each word in brackets."""
-    calls = tmp_path / "calls"
-    calls.touch()
-    nas.replace("/sbin/wrconf", f'printf "[%s]" "$@" >>{calls}\necho >>{calls}\n')
-    return calls
+def recorded_calls(nas):
+    return nas.record("/sbin/wrconf")
 
 
 def add_account(password):
@@ -53,7 +49,7 @@ def add_account(password):
             shadow.write(line)
 
 
-def log_in(command, user, password):
+def log_in(command, user=None, password=None):
     return ask(request(command, *(value for value in (user, password) if value is not None)))[1]
 
 
@@ -71,7 +67,7 @@ def test_right_passwords(calls, daemon, command):
         # The file of the log-in before was a longer one.
         assert HAND_OVER.read_bytes() == password and not SCRATCH.exists()
         recorded = f"[{user.decode()}]" if command == "Login" else ""
-        assert calls.read_text() == f"[ZelvRemote][Login]{recorded}[-f]" \
+        assert calls.read_text() == f"[/sbin/wrconf][ZelvRemote][Login]{recorded}[-f]" \
                                     "[/root/.config/ZELV/KALLO.conf]\n"
         with open(HAND_OVER, "ab") as file:
             file.write(b"more" * 30)
@@ -145,6 +141,7 @@ def test_decoder_without_output(nas, calls, daemon, command, user, password, lin
 def test_no_descriptors_for_the_decoder(calls, daemon, command):
     """Whatever step the descriptors run out in, nobody is let in by half and none is lost."""
     values = list(map(FORMS[command], (b"admin", b"admin-secret")))
+    assert log_in(command) == FAIL  # it serves, and has made all that it keeps
     before, used = daemon.fds(), max(map(int, os.listdir(f"/proc/{daemon.pid}/fd"))) + 1
     limits = resource.prlimit(daemon.pid, resource.RLIMIT_NOFILE)
     for spare, answer in ((2, FAIL), (3, SILENCE), (4, SILENCE), (20, SUCCESS)):
@@ -176,17 +173,20 @@ def test_last_block_of_login_is_noise(nas, daemon, length, answer):  # pylint: d
 
 
 @BOTH
-@pytest.mark.parametrize("make, answers", [
-    (lambda: HAND_OVER.mkdir(parents=True), (FAIL, FAIL)),
-    (lambda: HAND_OVER.parent.write_bytes(b""), (FAIL, FAIL)),
-    (lambda: (HAND_OVER.parent.mkdir(), HAND_OVER.symlink_to("/dev/full")), (FAIL, FAIL)),
-    (lambda: SCRATCH.mkdir(), (SUCCESS, FAIL)),
-    (lambda: SCRATCH.symlink_to("/tmp/victim"), (SUCCESS, SUCCESS))])
-def test_files_that_cannot_be_written(calls, daemon, command, make, answers):
-    make()
-    answer = answers[list(FORMS).index(command)]
-    assert log_in(command, *map(FORMS[command], (b"admin", b"admin-secret"))) == answer
-    assert bool(calls.read_text()) == (answer == SUCCESS) and not os.path.exists("/tmp/victim")
+def test_files_in_the_way(calls, daemon, command):
+    for row, (make, answers) in enumerate([
+            (lambda: HAND_OVER.mkdir(parents=True), (FAIL, FAIL)),
+            (lambda: HAND_OVER.parent.write_bytes(b""), (FAIL, FAIL)),
+            (lambda: (HAND_OVER.parent.mkdir(), HAND_OVER.symlink_to("/dev/full")), (FAIL, FAIL)),
+            (lambda: (SCRATCH / "full").mkdir(parents=True), (SUCCESS, FAIL)),
+            (lambda: SCRATCH.symlink_to("/tmp/calls"), (SUCCESS, SUCCESS))]):
+        make()
+        answer = answers[list(FORMS).index(command)]
+        assert log_in(command, *map(FORMS[command], (b"admin", b"admin-secret"))) == answer, row
+        assert calls.read_text().count("[Login]") == (answer == SUCCESS), daemon.log()
+        calls.write_text("")
+        remove(SCRATCH)
+        remove(HAND_OVER.parent)
 
 
 @pytest.mark.parametrize("script", [None, "exit 1\n"])

@@ -84,6 +84,7 @@ def test_flood(nas, daemon):
 
 def test_slow_script(nas, daemon):
     calls = nas.record(CONTROL, then='case $0 in *MediaIndex*) exec sleep 600;; esac\n')
+    assert text(payload("GetStatus"), "errRtn") == "success"  # it has made all that it keeps
     descriptors = daemon.fds()
     write("MediaIndex start\n")
     pid, parent = wait_until(lambda: next(

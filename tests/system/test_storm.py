@@ -17,6 +17,7 @@ CLIENTS = [
 
 def test_storm(nas, desktop, daemon):  # pylint: disable=unused-argument
     calls = nas.record(CONTROL, "/opt/vexa/screen-program", "/opt/vexa/screen-stop")
+    assert text(payload("GetStatus"), "errRtn") == "success"
     descriptors, end = daemon.fds(), time.monotonic() + 8
     done, failures = Counter(), []
 
