@@ -1,5 +1,4 @@
 """Launching and stopping packages: who may start what beside what, and how a program starts."""
-import base64
 import os
 import signal
 from pathlib import Path
@@ -8,7 +7,6 @@ import pytest
 
 from box import ask, payload, process_named, processes, request, settle, text, \
     wait_until
-from conftest import run
 
 VEXA = "/share/Volume1/vexa"
 IN_ORDER = ["Player", "Browser", "StorageAdmin", "OldGame", "Clock", "Photos", "TvTuner"]
@@ -117,15 +115,3 @@ def test_stop_all(nas, start_daemon):
         line for name in ("Player", "StorageAdmin", "Photos", "TvTuner")
         for line in (f"[{VEXA}/{name}/stop]", "end")]
     assert not daemon.zombies()
-
-
-def test_program_on_the_screen(nas, desktop, daemon):  # pylint: disable=unused-argument
-    """The sample packages themselves, from their start to their end."""
-    payload("Launch", "Player")
-    wait_until(lambda: "Player" in run("/usr/bin/wmctrl", "-lp").stdout)
-    assert text(payload("Launch", "Player"), "errRtn") == "invalid_command"
-    user = [line for line in Path("/run/vexa/Player/environment").read_text().splitlines()
-            if line.startswith("NasUser=")]
-    assert user == ["NasUser=" + base64.b64encode(b"admin").decode()]
-    ask(request("KillAll"))
-    assert "Player" not in run("/usr/bin/wmctrl", "-lp").stdout
