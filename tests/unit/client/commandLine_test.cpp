@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "client/commands.h"
+#include "client/credential.h"
 #include "client/protocol.h"
 #include "fakeAgent.h"
 
@@ -151,8 +152,6 @@ TEST(CommandLine, RefusesWhatTheAgentCouldNotTake) {
         {{"dance"}, "dance"},
         {{"launch"}, "PACKAGE"},
         {{"launch", " "}, "empty"},
-        {{"launch", std::string(4096, 'p')}, "4096"},
-        {{"icon", "P", "tv", "-o", "-"}, "tv"},
         {{"icon", "P", "pad"}, "--output"},
         {{"user", "--port", "65536"}, "65536"},
         {{"login", std::string(48, 'u')}, "at most 47"},
@@ -164,7 +163,10 @@ TEST(CommandLine, RefusesWhatTheAgentCouldNotTake) {
         EXPECT_EQ(found.status, exitUsage) << reason;
         EXPECT_NE(found.shown.find(reason), std::string::npos) << found.shown;
     }
-    EXPECT_EQ(run({"--port", "1", "user"}).status, exitFailed) << "nobody listens there";
+    // The longest request goes on its way, to where nobody listens.
+    const run_t refused = run({"--port", "1", "raw", std::string(4096, 'x')});
+    EXPECT_EQ(refused.status, exitFailed);
+    EXPECT_NE(refused.shown.find("Connection refused"), std::string::npos) << refused.shown;
 }
 
 TEST(CommandLine, EveryCommandHasHelpWithAnExampleAndACompletion) {
@@ -174,6 +176,19 @@ TEST(CommandLine, EveryCommandHasHelpWithAnExampleAndACompletion) {
         EXPECT_EQ(help.status, exitDone);
         EXPECT_NE(help.shown.find(command.example), std::string::npos) << help.shown;
         EXPECT_NE(completion.find(command.name), std::string::npos) << command.name;
+    }
+}
+
+TEST(CredentialFault, KeepsOutWhatWouldNotComeThrough) {
+    using enum credentialForm_t;
+    for (const auto& [form, most] :
+         {std::pair{enciphered, 47}, {plainUser, 63}, {plainPassword, 48}}) {
+        const std::string longest(static_cast<size_t>(most), 'p');
+        EXPECT_EQ(credentialFault(longest, form), "");
+        EXPECT_NE(credentialFault(longest + "p", form), "") << most;
+        EXPECT_NE(credentialFault("", form), "") << most;
+        EXPECT_NE(credentialFault(std::string("a\0b", 3), form), "") << most;
+        EXPECT_EQ(credentialFault("a\xFF", form).empty(), form != enciphered) << most;
     }
 }
 

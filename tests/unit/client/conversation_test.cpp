@@ -11,11 +11,11 @@ namespace {
 using namespace std::literals;
 
 // What a conversation comes to: "got" and the payload, "silence", or "failure" and the reason.
-std::string converse(FakeAgent& agent, const std::string& request) {
+std::string converse(const FakeAgent& agent) {
     std::string error;
     std::string payload;
     Conversation conversation(connectTcp("localhost", agent.port, 300ms, error));
-    const reply_t reply = conversation.ask(request);
+    const reply_t reply = conversation.ask("<a/>");
     if (reply == reply_t::silence) {
         return "silence" + conversation.error();
     }
@@ -55,31 +55,11 @@ TEST(Conversation, OutcomesAreToldApart) {
     };
     for (const auto& row : rows) {
         FakeAgent agent(row.script);
-        EXPECT_EQ(converse(agent, "<a/>"), row.outcome);
+        EXPECT_EQ(converse(agent), row.outcome);
         agent.finish();
         EXPECT_EQ(agent.isGivenTheGoAhead, !row.script.payload.empty()) << row.outcome;
         EXPECT_EQ(agent.request, "<a/>");
     }
-}
-
-TEST(Conversation, SendsUpToTheLimitAndNoMore) {
-    for (const size_t size : {size_t{0}, requestLimit, requestLimit + 1}) {
-        FakeAgent agent(answering("x"));
-        const std::string request(size, 'a');
-        const bool fits = size == requestLimit;
-        EXPECT_EQ(converse(agent, request),
-                  fits ? "got x" : "failure a request has 1 to 4096 bytes");
-        agent.finish();
-        EXPECT_EQ(agent.request, fits ? request : "");
-    }
-}
-
-TEST(Connection, NamesTheReason) {
-    std::string error;
-    EXPECT_EQ(connectTcp("no-such-host.invalid", 1, 1s, error), nullptr);
-    EXPECT_NE(error.find("no-such-host.invalid"), std::string::npos);
-    EXPECT_EQ(connectLocal("/nonexistent/channel", 1s, error), nullptr);
-    EXPECT_EQ(error, "/nonexistent/channel: No such file or directory");
 }
 
 }  // namespace

@@ -114,7 +114,6 @@ TEST_F(Sockets, DatagramsReachTheShortenedName) {
     ASSERT_EQ(receiver->Bind(path("post"), 0), 0);
     EXPECT_EQ(sender->SendTo("letter", path("postXY"), 0, 0), 6);
     char buffer[16] = {};
-    EXPECT_EQ(receiver->Recv(buffer, sizeof buffer, MSG_PEEK), 6);
     EXPECT_EQ(receiver->Recv(buffer, sizeof buffer, MSG_DONTWAIT), 6);
     EXPECT_STREQ(buffer, "letter");
 }
@@ -122,14 +121,12 @@ TEST_F(Sockets, DatagramsReachTheShortenedName) {
 TEST(SocketDeathTest, MisuseStopsTheProcess) {
     const std::pair<const char*, void (*)(Socket & tcp, Socket & local)> rows[] = {
         {"m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Bind(0); }},
-        {"m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Accept(); }},
         {"m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Connect("", 0); }},
         {"m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Write(""); }},
         {"Assertion .buf'", [](Socket& tcp, Socket&) { tcp.Read(nullptr, 0); }},
         {"Assertion .buf'", [](Socket& tcp, Socket&) { tcp.Write(nullptr, 0); }},
         {"Assertion .buf'", [](Socket&, Socket& local) { local.Write(nullptr, 0); }},
         {"address.size.. > 0'", [](Socket&, Socket& local) { local.Bind("", 0); }},
-        {"address.size.. > 0'", [](Socket&, Socket& local) { local.Connect("", 1); }},
         {"^.Socket.h..virtual int corex::Socket::Bind.int...[0-9]+. Not implement yet\n",
          [](Socket&, Socket& local) { local.Bind(1); }},
         {"Assertion .false'", [](Socket& tcp, Socket&) { tcp.SendTo("a", "b", 0, 0); }},
