@@ -31,7 +31,7 @@ if(KALLO_COVERAGE)
     add_link_options(--coverage)
 endif()
 if(KALLO_SANITIZE OR KALLO_COVERAGE)
-    # The instrumented runtimes report from their exit handlers; see support/leave.h.
+    # The instrumented runtimes report from their exit handlers; see agent/crashReport.cpp.
     add_compile_definitions(KALLO_INSTRUMENTED)
 else()
     include(CheckCXXCompilerFlag)

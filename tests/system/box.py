@@ -9,12 +9,13 @@ from pathlib import Path
 
 TCP = ("127.0.0.1", 9812)
 CHANNEL = "/tmp/.kalloagent.channel"
-SANITIZER = re.compile(r"(Address|Leak|Thread)Sanitizer|runtime error:")
+WRAP = os.environ.get("KALLO_WRAP", "").split()  # what the agent runs under: valgrind, perhaps
+PATIENCE = 10 if WRAP else 1
 
 
 def wait_until(condition, seconds=10, what="the condition"):
     """Polls `condition` until it is true and returns what it gave; fails the test when it never is."""
-    deadline = time.monotonic() + seconds
+    deadline = time.monotonic() + seconds * PATIENCE
     while not (found := condition()):
         assert time.monotonic() < deadline, f"{what} did not come true in {seconds} s"
         time.sleep(0.01)
@@ -24,7 +25,7 @@ def wait_until(condition, seconds=10, what="the condition"):
 def connect(address=TCP, timeout=20):
     kind = socket.AF_UNIX if isinstance(address, str) else socket.AF_INET
     client = socket.socket(kind, socket.SOCK_STREAM)
-    client.settimeout(timeout)
+    client.settimeout(timeout * PATIENCE)
     client.connect(address)
     return client
 
