@@ -7,10 +7,12 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <thread>
 
 #include "agent/agentLog.h"
 #include "socketcpp/TcpSocket.h"
@@ -29,6 +31,7 @@ constexpr const char* kChannelPath = "/tmp/.kalloagent.channel";
 constexpr int kFileSystemName = -1;
 constexpr int kBacklog = 1;
 constexpr int kEventBatch = 100;
+constexpr std::chrono::milliseconds kAcceptPause{100};
 
 constexpr const char* kSettingsDirectory = "/root/.config/ZELV";
 constexpr mode_t kSettingsMode = 0755;
@@ -62,6 +65,17 @@ bool watchForClients(int epollFd, int listener) {
     event.events = EPOLLIN;
     event.data.fd = listener;
     return epoll_ctl(epollFd, EPOLL_CTL_ADD, listener, &event) == 0;
+}
+
+/// Logs an accept that failed. For want of descriptors or memory it has left its client in the
+/// queue and the listener ready, so the loop would come straight back, and fill the log, until
+/// something is freed: it rests a moment instead. The line names the TCP listener for both.
+void reportFailedAccept(int line) {
+    const int reason = errno;
+    logLine(Colour::error, at(line, kExec), "(%s) m_tcpPtr ... fail\n", strerror(reason));
+    if (reason == EMFILE || reason == ENFILE || reason == ENOBUFS || reason == ENOMEM) {
+        std::this_thread::sleep_for(kAcceptPause);
+    }
 }
 
 /// One option of an accepted connection, and what is logged when it cannot be set.
@@ -210,7 +224,7 @@ int CKalloAgent::exec() {
 void CKalloAgent::acceptTcp_() {
     std::unique_ptr<corex::Socket> connection(m_tcpPtr->Accept());
     if (!connection) {
-        logLine(Colour::error, at(__LINE__, kExec), "(%s) m_tcpPtr ... fail\n", strerror(errno));
+        reportFailedAccept(__LINE__);
         return;
     }
     tcpSocketConfig_(connection->GetSocket());
@@ -220,8 +234,7 @@ void CKalloAgent::acceptTcp_() {
 void CKalloAgent::acceptUnix_() {
     std::unique_ptr<corex::Socket> connection(m_unixPtr->Accept());
     if (!connection) {
-        // Both listeners share the line, which names the first.
-        logLine(Colour::error, at(__LINE__, kExec), "(%s) m_tcpPtr ... fail\n", strerror(errno));
+        reportFailedAccept(__LINE__);
         return;
     }
     unixIpcProcess_(std::move(connection));
