@@ -85,6 +85,13 @@ Inotify::Inotify() = default;
 
 Inotify::~Inotify() {
     m_stopRequest = true;
+    {
+        // The end of a watch is an event, too: it wakes a thread that sits in the blocking read.
+        const std::lock_guard lock(m_tableMutex);
+        for (const auto& watch : m_watches) {
+            inotify_rm_watch(m_inotifyFd, watch.first);
+        }
+    }
     // Polled, because a thread that woke this one would touch the object after the last step that
     // it may take in it.
     while (m_running > 0) {

@@ -40,9 +40,9 @@ class Inotify {
     Inotify(const Inotify&) = delete;
     Inotify& operator=(const Inotify&) = delete;
 
-    /// Stops the watcher thread and waits until it has left this object. Before its first event
-    /// the thread notices within a second; after that it may sit in a blocking read, and the
-    /// destructor waits until one more event arrives. Never to be called by an observer.
+    /// Ends all watches, stops the watcher thread and waits until it has left this object, a second
+    /// at most beyond what an observer takes; a thread that sits in a blocking read with no watch
+    /// left stays there. Never to be called by an observer.
     virtual ~Inotify();
 
     /// Makes the inotify and epoll descriptors, both close-on-exec. Returns 0, or -1. Once only.
