@@ -108,16 +108,6 @@ TEST_F(Sockets, UnixPathsAreCutAndReplaceWhatStandsThere) {
     EXPECT_EQ(create(Kind::unixPath)->Connect(longPath + "longer", 0), 0);
 }
 
-TEST_F(Sockets, DatagramsReachTheShortenedName) {
-    const SocketPtr receiver(corex::UnixSocket::CreateSocket(SOCK_DGRAM, false));
-    const SocketPtr sender(corex::UnixSocket::CreateSocket(SOCK_DGRAM, false));
-    ASSERT_EQ(receiver->Bind(path("post"), 0), 0);
-    EXPECT_EQ(sender->SendTo("letter", path("postXY"), 0, 0), 6);
-    char buffer[16] = {};
-    EXPECT_EQ(receiver->Recv(buffer, sizeof buffer, MSG_DONTWAIT), 6);
-    EXPECT_STREQ(buffer, "letter");
-}
-
 TEST(SocketDeathTest, MisuseStopsTheProcess) {
     const std::pair<const char*, void (*)(Socket & tcp, Socket & local)> rows[] = {
         {"m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Bind(0); }},

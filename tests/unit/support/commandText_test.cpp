@@ -56,7 +56,8 @@ TEST_F(CommandText, FindsUsersAndGroups) {
     EXPECT_TRUE(uid_by_name("root") == 0 && uid_by_name("ROOT") == -1);
     EXPECT_TRUE(gid_by_name("root") == 0 && gid_by_name("no such group") == -1);
     const std::string others(20000, 'g');
-    const std::string file = write("passwd", "broken\nFirst:x:500:1:" + others + ":/:\nlast:x:502:1::/:\n");
+    const std::string file =
+        write("passwd", "broken\nFirst:x:500:1:" + others + ":/:\nlast:x:502:1::/:\n");
     EXPECT_EQ(uid_by_name_in_file("FIRST", file.c_str()), 500);
     EXPECT_EQ(uid_by_name_in_file("last", file.c_str()), 502);
     EXPECT_EQ(uid_by_name_in_file("root", path("missing").c_str()), -1);

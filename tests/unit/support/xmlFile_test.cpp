@@ -48,8 +48,6 @@ TEST_F(Files, AreParsedLikeTexts) {
         EXPECT_EQ(static_cast<int>(results.error), row.code) << row.content;
         EXPECT_EQ(results.column, row.column) << row.content;
     }
-    XMLNode::setSettings({.skipByteOrderMark = false});
-    EXPECT_STREQ(XMLNode::parseXMLFile(file("\xEF\xBB\xBF<a/>")).text(), "\xEF\xBB\xBF");
 }
 
 TEST_F(Files, ThatCannotBeReadAreNotFound) {
