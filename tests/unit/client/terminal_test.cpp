@@ -14,38 +14,30 @@ namespace {
 // kalloctl running on a terminal of its own.
 class Session {
   public:
-    Session(const FakeAgent& agent, std::vector<std::string> words) {
-        words.insert(words.begin(),
-                     {KALLOCTL, "--timeout", "30", "-p", std::to_string(agent.port)});
-        std::vector<char*> argv;
-        for (std::string& word : words) {
-            argv.push_back(word.data());
-        }
-        argv.push_back(nullptr);
-        process = forkpty(&m_terminal, nullptr, nullptr, nullptr);
+    Session(const FakeAgent& agent, const std::string& words) {
+        const std::string line =
+            "exec " KALLOCTL " --timeout 30 -p " + std::to_string(agent.port) + " " + words;
+        process = forkpty(&terminal, nullptr, nullptr, nullptr);
         if (process == 0) {
-            execv(KALLOCTL, argv.data());
+            execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
             _exit(127);
         }
     }
-    ~Session() { close(m_terminal); }
+    ~Session() { close(terminal); }
 
     // Reads what is shown until `text` is among it, or until the program is gone.
     bool awaits(const std::string& text) {
         char buffer[512];
         ssize_t count = 1;
         while (shown.find(text) == std::string::npos && count > 0) {
-            count = read(m_terminal, buffer, sizeof buffer);
+            count = read(terminal, buffer, sizeof buffer);
             shown.append(buffer, count > 0 ? static_cast<size_t>(count) : 0);
         }
         return count > 0;
     }
-    void type(const std::string& keys) const {
-        EXPECT_EQ(write(m_terminal, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
-    }
     bool echoes() const {
         termios mode = {};
-        tcgetattr(m_terminal, &mode);
+        tcgetattr(terminal, &mode);
         return (mode.c_lflag & ECHO) != 0;
     }
     // The exit status, or minus the signal that ended the program.
@@ -55,19 +47,17 @@ class Session {
         return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     }
 
-    pid_t process;
+    pid_t process = 0;
+    int terminal = -1;
     std::string shown;
-
-  private:
-    int m_terminal = -1;
 };
 
 TEST(Terminal, NeverShowsThePassword) {
     FakeAgent agent(answeringFields("<errRtn>login_success</errRtn>"));
-    Session session(agent, {"login", "anna", "--plain"});
+    Session session(agent, "login anna --plain");
     ASSERT_TRUE(session.awaits("Password: "));
     EXPECT_FALSE(session.echoes());
-    session.type("geheim\n");
+    dprintf(session.terminal, "geheim\n");
     EXPECT_TRUE(session.awaits("login_success"));
     EXPECT_TRUE(session.echoes());
     EXPECT_EQ(session.end(), 0);
@@ -78,9 +68,9 @@ TEST(Terminal, NeverShowsThePassword) {
 
 TEST(Terminal, IsRestoredWhenThePromptIsInterrupted) {
     FakeAgent agent(script_t{});
-    Session session(agent, {"login", "anna"});
+    Session session(agent, "login anna");
     ASSERT_TRUE(session.awaits("Password: "));
-    session.type("\003");
+    dprintf(session.terminal, "\003");
     EXPECT_EQ(session.end(), -SIGINT);
     EXPECT_TRUE(session.echoes());
 }
@@ -92,7 +82,7 @@ script_t answeringWindow(const std::string& refreshed, const std::string& id) {
 
 TEST(Terminal, WatchTellsEachChange) {
     FakeAgent agent({answeringWindow("false", "0x1"), {}, answeringWindow("true", "0x2")});
-    Session session(agent, {"watch", "--json", "--interval", "0.1"});
+    Session session(agent, "watch --json --interval 0.1");
     EXPECT_TRUE(session.awaits("\"event\":\"opened\",\"winid\":\"0x2\",\"pid\":7,"));
     kill(session.process, SIGTERM);
     EXPECT_EQ(session.end(), 0);
@@ -107,7 +97,7 @@ TEST(Terminal, WatchTellsEachChange) {
 TEST(Terminal, WatchEndsWellWhenInterruptedInTheMiddleOfAPoll) {
     for (const int number : {SIGINT, SIGTERM}) {
         FakeAgent agent(script_t{{announce(1)}, "", end_t::never});
-        Session session(agent, {"watch"});
+        Session session(agent, "watch");
         while (!agent.isGivenTheGoAhead) {
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }

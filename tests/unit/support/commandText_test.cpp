@@ -9,24 +9,22 @@ namespace {
 class CommandText : public CommandTest {};
 
 TEST_F(CommandText, TrimsInPlace) {
-    const struct {
-        const char *text, *trimmed, *rightTrimmed, *skipped, *chomped;
-    } rows[] = {
+    const char* const rows[][5] = {
+        // text, trimmed, right trimmed, skipped, chomped
         {" \t\r\n ", "", " \t\r\n", "\r\n ", " \t\r\n "},
         {"\t a b \r\n", "a b", "\t a b \r\n", "a b \r\n", "\t a b "},
         {"\va\f \t", "\va\f", "\va\f", "\va\f \t", "\va\f \t"},
         {"\n\n", "", "\n\n", "\n\n", "\n"},
     };
-    for (const auto& row : rows) {
+    for (const auto& [text, trimmed, rightTrimmed, skipped, chomped] : rows) {
         char buffer[32];
-        trim_whitespace(strcpy(buffer, row.text));
-        EXPECT_STREQ(buffer, row.trimmed);
-        EXPECT_STREQ(rtrim_blanks(strcpy(buffer, row.text)), row.rightTrimmed);
-        EXPECT_STREQ(skip_blanks(strcpy(buffer, row.text)), row.skipped);
-        EXPECT_EQ(chomp_line(strcpy(buffer, row.text)), ends_with_newline(row.text));
-        EXPECT_STREQ(buffer, row.chomped);
+        trim_whitespace(strcpy(buffer, text));
+        EXPECT_STREQ(buffer, trimmed);
+        EXPECT_STREQ(rtrim_blanks(strcpy(buffer, text)), rightTrimmed);
+        EXPECT_STREQ(skip_blanks(strcpy(buffer, text)), skipped);
+        EXPECT_EQ(chomp_line(strcpy(buffer, text)), ends_with_newline(text));
+        EXPECT_STREQ(buffer, chomped);
     }
-    EXPECT_TRUE(ends_with_newline("a\n") == 1 && ends_with_newline("\na") == 0);
 }
 
 TEST_F(CommandText, ReadsLinesOfAnyLength) {
@@ -44,11 +42,6 @@ TEST_F(CommandText, ReadsLinesOfAnyLength) {
     }
     EXPECT_STREQ(read_long_line(stream), "no newline");
     EXPECT_EQ(read_long_line(stream), nullptr);
-    rewind(stream);
-    for (size_t skipped = 0; skipped < 2 * lines.size(); ++skipped) {
-        skip_rest_of_line(stream);
-    }
-    EXPECT_STREQ(read_long_line(stream), "no newline");
     fclose(stream);
 }
 
