@@ -61,6 +61,27 @@ Outcome decodeValue(const unsigned char* value, Block& block, const char* functi
     return Outcome::success;
 }
 
+/// The two values of a request.
+struct Credentials {
+    Block user{};
+    Block password{};
+};
+
+/// Where the lines about a value that could not be decoded say that they come from.
+struct LogPlace {
+    const char* function;
+    int userLine;
+    int passwordLine;
+};
+
+Outcome decodeValues(const unsigned char* user, const unsigned char* password,
+                     const LogPlace& place, Credentials& decoded) {
+    const Outcome outcome = decodeValue(user, decoded.user, place.function, place.userLine);
+    return outcome == Outcome::success
+               ? decodeValue(password, decoded.password, place.function, place.passwordLine)
+               : outcome;
+}
+
 /// Enciphers a block by way of the scratch file and the encoder, which both have to work.
 Outcome encodeBlock(const AesKeys& keys, Block& block) {
     credentialCipher::encrypt(keys, block.size(), block.data(), block.data());
@@ -104,18 +125,13 @@ Outcome recordLogin(const unsigned char* password, const std::vector<std::string
 Outcome logInEnciphered(const AesKeys& keys, const unsigned char* user,
                         const unsigned char* password) {
     const AccountStore accounts;
-    Block userBlock{};
-    Block passwordBlock{};
-    Outcome outcome = decodeValue(user, userBlock, kLogin, 645);
+    Credentials decoded;
+    const Outcome outcome = decodeValues(user, password, {kLogin, 645, 661}, decoded);
     if (outcome != Outcome::success) {
         return outcome;
     }
-    outcome = decodeValue(password, passwordBlock, kLogin, 661);
-    if (outcome != Outcome::success) {
-        return outcome;
-    }
-    if (accounts.verifyPassword(credentialBlock::decipheredText(keys, userBlock),
-                                credentialBlock::decipheredText(keys, passwordBlock)) != 0) {
+    if (accounts.verifyPassword(credentialBlock::decipheredText(keys, decoded.user),
+                                credentialBlock::decipheredText(keys, decoded.password)) != 0) {
         return Outcome::refused;
     }
     return recordLogin(password, {reinterpret_cast<const char*>(user)});
@@ -124,24 +140,19 @@ Outcome logInEnciphered(const AesKeys& keys, const unsigned char* user,
 /// A log-in whose values are base64 only.
 Outcome logInPlain(const AesKeys& keys, const unsigned char* user, const unsigned char* password) {
     const AccountStore accounts;
-    Block userBlock{};
-    Block passwordBlock{};
-    Outcome outcome = decodeValue(user, userBlock, kLogin2, 730);
+    Credentials decoded;
+    Outcome outcome = decodeValues(user, password, {kLogin2, 730, 740}, decoded);
     if (outcome != Outcome::success) {
         return outcome;
     }
-    outcome = decodeValue(password, passwordBlock, kLogin2, 740);
-    if (outcome != Outcome::success) {
-        return outcome;
-    }
-    if (accounts.verifyPassword(credentialBlock::textOf(userBlock),
-                                credentialBlock::textOf(passwordBlock)) != 0) {
+    if (accounts.verifyPassword(credentialBlock::textOf(decoded.user),
+                                credentialBlock::textOf(decoded.password)) != 0) {
         return Outcome::refused;
     }
     // As many bytes as the base64 text has characters: more than it decodes to, so that a zero byte
     // ends the password.
     const size_t length = strlen(reinterpret_cast<const char*>(password));
-    Block block = credentialBlock::filledBlock(passwordBlock, length);
+    Block block = credentialBlock::filledBlock(decoded.password, length);
     outcome = encodeBlock(keys, block);
     // The desktop reads the text that the client sent, and asks for the user itself.
     return outcome == Outcome::success ? recordLogin(password, {}) : outcome;
