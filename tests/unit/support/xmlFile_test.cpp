@@ -131,11 +131,12 @@ TEST(Base64, SizesAndBytes) {
         {"YQ=a", 3, 0, -1, 18, ""},         {"YWJjYWJj", 6, 0, -1, 20, "abcab"},
     };
     for (const auto& row : rows) {
+        XMLError sizeError = XMLError::cannotWrite;
         XMLError error = XMLError::cannotWrite;
-        EXPECT_EQ(XMLNode::base64DecodedSize(row.text, &error), row.size);
-        EXPECT_EQ(static_cast<int>(error), row.sizeCode);
         unsigned char buffer[6] = {};
+        EXPECT_EQ(XMLNode::base64DecodedSize(row.text, &sizeError), row.size);
         EXPECT_EQ(XMLNode::base64Decode(row.text, buffer, 5, &error), row.length);
+        EXPECT_EQ(static_cast<int>(sizeError), row.sizeCode);
         EXPECT_EQ(static_cast<int>(error), row.code);
         EXPECT_STREQ(reinterpret_cast<char*>(buffer), row.bytes);
     }

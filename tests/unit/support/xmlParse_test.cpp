@@ -45,7 +45,6 @@ TEST(Parse, ErrorsHaveACodeAndAPlace) {
     } rows[] = {
         // Warnings: the first one is reported, the tree is there.
         {"<a>\n<b><c></a><d>", 1, 2, 7, "<a><b><c/></b></a><d/>"},
-        {"<a>\n <b>x", 1, 2, 6, "<a><b>x</b></a>"},
         {"<a><A></a></a><b><c></b>", 1, 1, 21, "<a><A/></a><b><c/></b>"},
         {"", 2, 1, 1, ""},
         {"x\ny ", 2, 2, 3, "x\ny"},
