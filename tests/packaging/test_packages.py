@@ -65,10 +65,12 @@ class Tree:
 
 @pytest.fixture
 def tree(tmp_path, packages):
+    if AS_ROOT and subprocess.run([*AS_ROOT, "true"], check=False).returncode != 0:
+        pytest.skip("neither root nor allowed to be root in a namespace: no files of root's")
     return Tree(tmp_path / "root", packages)
 
 
-def test_files_and_their_modes(tree):
+def test_files_and_programs(tree):
     installed = {str(path.relative_to(tree.root / "usr")): stat.S_IMODE(path.stat().st_mode)
                  for path in (tree.root / "usr").rglob("*") if path.is_file()}
     programs = {"bin/kalloctl": 0o755, "sbin/kalloagent": 0o755}
@@ -79,9 +81,6 @@ def test_files_and_their_modes(tree):
         "share/doc/kalloctl/changelog.gz", "share/doc/kalloctl/copyright",
         "share/man/man1/kalloctl.1.gz", "share/man/man5/kallo.xml.5.gz",
         "share/man/man8/kalloagent.8.gz"], 0o644)
-
-
-def test_programs_survive_stripping(tree):
     changelog = gzip.open(tree.root / "usr/share/doc/kalloctl/changelog.gz", "rt").readline()
     version = changelog.split("(")[1].split(")")[0]
     assert version in run(tree.root / "usr/bin/kalloctl", "--version")

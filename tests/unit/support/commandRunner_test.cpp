@@ -119,38 +119,31 @@ TEST_F(CommandRunner, ChildrenDoNotFlushTheCallersStreams) {
 }
 
 TEST_F(CommandRunner, RedirectsToFiles) {
+    const std::string in = write("in", "input\n");
     const std::string out = path("out");
     const std::string err = path("err");
     const char* const script = "cat; echo out; echo err >&2";
-    const auto both = [&] { return contentOf(out) + contentOf(err); };
     const mode_t mask = umask(0);
     EXPECT_EQ(exec_run_out_err(out.c_str(), err.c_str(), "sh", "-c", script, nullptr), 0);
     umask(mask);
     EXPECT_EQ(std::filesystem::status(out).permissions(), std::filesystem::perms{0774});
-    EXPECT_EQ(exec_run_to_files(out.c_str(), nullptr, nullptr, "sh", "-c", script, nullptr), 0);
-    EXPECT_EQ(both(), "out\nout\nerr\n");
-    const std::string in = write("in", "input\n");
+    EXPECT_EQ(contentOf(out) + contentOf(err), "out\nerr\n");
     Words words = {"replaced", "-c", script, "|", "cat"};
-    EXPECT_EQ(
-        exec_run_redirect_argv(in.c_str(), out.c_str(), err.c_str(), nullptr, O_WRONLY | O_TRUNC,
-                               O_WRONLY | O_APPEND, "sh", pointersTo(words).data()),
-        0);
-    EXPECT_EQ(both(), "input\nout\nerr\nerr\n");
+    std::vector<char*> vector = pointersTo(words);
+    EXPECT_EQ(exec_run_redirect_argv(in.c_str(), out.c_str(), err.c_str(), nullptr,
+                                     O_WRONLY | O_TRUNC, O_WRONLY | O_APPEND, "sh", vector.data()),
+              0);
+    EXPECT_EQ(contentOf(out) + contentOf(err), "input\nout\nerr\nerr\n");
 }
 
 TEST_F(CommandRunner, ExpandsWildcards) {
     std::filesystem::create_directory(path("folder"));
     std::filesystem::create_directory_symlink(path("folder"), path("link"));
-    std::string inDirectoryOrder;
-    for (const char* name : {"d.txt", "b.txt", "a.txt", "folder/x"}) {
-        write(name);
-    }
-    for (const auto& entry : std::filesystem::directory_iterator(m_folder)) {
-        inDirectoryOrder += entry.path().extension() == ".txt" ? entry.path().string() + " " : "";
-    }
-    const Words echo = {"echo", path("*.txt"), path("no*"), path("{b,a}.txt"), path("*/x"), "&"};
-    EXPECT_EQ(outputOf(echo, 1), inDirectoryOrder + path("no*") + " " + path("b.txt") + " " +
-                                     path("a.txt") + " " + path("folder/x") + "\n");
+    write("a");
+    write("folder/x");
+    // A directory behind a link is looked into once, and what matches nothing stays as it is.
+    EXPECT_EQ(outputOf({"echo", path("{folder,a}"), path("no*"), path("*/x"), "&"}, 1),
+              path("folder ") + path("a ") + path("no* ") + path("folder/x\n"));
     EXPECT_EQ(exec_run("test", "-d", path("fold*").c_str(), nullptr), 1);
 }
 
