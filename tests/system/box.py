@@ -4,7 +4,7 @@ import re
 import socket
 import subprocess
 import time
-from contextlib import contextmanager
+from contextlib import contextmanager, suppress
 from pathlib import Path
 
 TCP = ("127.0.0.1", 9812)
@@ -33,20 +33,15 @@ def connect(address=TCP, timeout=20):
 def receive(client, enough=lambda data: False):
     """Reads until the peer closes or `enough` holds of the bytes so far."""
     data = b""
-    while not enough(data):
-        try:
-            piece = client.recv(65536)
-        except ConnectionResetError:
-            break
-        if not piece:
-            break
-        data += piece
+    with suppress(ConnectionResetError):
+        while not enough(data) and (piece := client.recv(65536)):
+            data += piece
     return data
 
 
-def announced_size(announcement):
-    found = re.search(rb"<size>\s*(\d+)\s*</size>", announcement)
-    return int(found[1]) if found else None
+def announced(size):
+    """The announcement of that many bytes."""
+    return b'<ZelvDocRoot version="1.2">\n\t<size>\n\t\t%d\n\t</size>\n</ZelvDocRoot>\n' % size
 
 
 def ask(request, address=TCP):
@@ -55,7 +50,7 @@ def ask(request, address=TCP):
     with connect(address) as client:
         client.sendall(request)
         announcement = receive(client, lambda data: b"</ZelvDocRoot>" in data)
-        if not announced_size(announcement):
+        if not re.search(rb"<size>\s*[1-9]", announcement):
             return announcement, b""
         client.sendall(b"go")
         return announcement, receive(client)

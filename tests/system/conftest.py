@@ -1,5 +1,6 @@
 """Fixtures of the system tests. They run as root of the box (see nasbox/nasbox --help), each test
 on a NAS whose files are as at the start."""
+import contextlib
 import os
 import shutil
 import signal
@@ -42,13 +43,10 @@ class Nas:
 
     def __init__(self):
         assert TREE.is_absolute(), "these tests change system files: run them inside the box"
-        self.replaced = {}
+        self.replaced = set()
         for name in FROM_TREE + MADE_LATER:
             remove(Path("/", name))
-        for name in FROM_TREE:
-            copy = shutil.copytree if (TREE / name).is_dir() else shutil.copy2
-            copy(TREE / name, Path("/", name), **({"symlinks": True} if copy is shutil.copytree
-                                                  else {}))
+        assert run("cp", "-r", "--parents", *FROM_TREE, "/", cwd=TREE).returncode == 0
         os.chmod("/etc/config/shadow", 0o600)
 
     def wrconf(self, section, key, value, file=registry):
@@ -57,7 +55,9 @@ class Nas:
     def replace(self, program, script):
         """Puts a shell script in the place of a program until the test ends; None removes it."""
         path = Path(program)
-        self.replaced.setdefault(path, path.readlink() if path.is_symlink() else path.read_bytes())
+        if path not in self.replaced:
+            path.rename(f"{path}.kept")
+            self.replaced.add(path)
         remove(path)
         if script is not None:
             path.write_text("#!/bin/sh\n" + script, encoding="utf-8")
@@ -73,13 +73,9 @@ class Nas:
         return calls
 
     def restore(self):
-        for path, old in self.replaced.items():
-            remove(path)
-            if isinstance(old, Path):
-                path.symlink_to(old)
-            else:
-                path.write_bytes(old)
-                path.chmod(0o755)
+        while self.replaced:
+            path = self.replaced.pop()
+            os.replace(f"{path}.kept", path)
 
 
 class Desktop:
@@ -125,25 +121,17 @@ class Daemon:
     def zombies(self):
         return [pid for pid, parent, state, _ in processes() if parent == self.pid and state == "Z"]
 
-    def ends_within(self, seconds):
-        try:
-            return self.process.wait(timeout=seconds) is not None
-        except subprocess.TimeoutExpired:
-            return False
-
-    def wait(self):
-        return self.process.wait(timeout=30 * PATIENCE)
+    def wait(self, seconds=30):
+        return self.process.wait(timeout=seconds * PATIENCE)
 
     def end(self):
-        if self.process.poll() is None:
-            self.process.send_signal(signal.SIGINT)
-            # ThreadSanitizer keeps a signal back that meets a thread in its read(2).
-            for _ in range(10 if built_with("tsan") else 0):
-                if self.ends_within(3):
-                    break
+        # ThreadSanitizer keeps a signal back that meets a thread in its read(2): it gets another.
+        for seconds in [3] * 9 + [30] if built_with("tsan") else [30]:
+            if self.process.poll() is None:
                 self.process.send_signal(signal.SIGINT)
-        status = self.wait()
-        assert status == self.status, self.log()
+                with contextlib.suppress(subprocess.TimeoutExpired):
+                    self.wait(seconds)
+        assert self.process.poll() == self.status, self.log()
         wait_until(lambda: not listening(), what="the end of its children that were just forked")
 
 
@@ -166,12 +154,16 @@ def nas():
 
 
 @pytest.fixture
-def desktop(nas):  # pylint: disable=unused-argument
-    session = Desktop()
-    session.start()
-    yield session
-    if run("torvik-desktop", "status").returncode == 0:
-        session.stop()
+def no_desktop(nas):  # pylint: disable=unused-argument
+    """A desktop that nobody has started; it does not outlive the test."""
+    yield Desktop()
+    run("torvik-desktop", "stop")
+
+
+@pytest.fixture
+def desktop(no_desktop):
+    no_desktop.start()
+    return no_desktop
 
 
 @pytest.fixture

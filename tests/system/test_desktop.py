@@ -7,7 +7,7 @@ from pathlib import Path
 import pytest
 
 from box import payload, processes, text, texts, wait_until
-from conftest import Desktop, run
+from conftest import run
 
 TREE = Path(__file__).resolve().parents[2] / "nasbox" / "tree-desktop"
 MISSING = [program for program in ("Xvfb", "jwm", "wmctrl", "xprop", "xclock", "urxvt")
@@ -18,13 +18,11 @@ pytestmark = pytest.mark.skipif(MISSING, reason=f"not installed (./dev setup --d
 
 
 @pytest.fixture
-def screen(nas):  # pylint: disable=unused-argument
+def screen(no_desktop):
     assert os.environ["NASBOX_REAL_WINDOWS"], "run me in a box with --real-windows"
     assert run("cp", "-r", f"{TREE}/.", "/").returncode == 0
-    session = Desktop()
-    session.start()
-    yield ":0"
-    session.stop()
+    no_desktop.start()
+    return ":0"
 
 
 def windows():

@@ -8,7 +8,6 @@ from pathlib import Path
 import pytest
 
 from box import CHANNEL, TCP, connect, receive
-from conftest import Desktop, run
 
 PAGE = (Path(__file__).resolve().parents[2] / "docs" / "protocol.md").read_text(encoding="utf-8")
 # A comment names the state of the NAS; the blocks after it are the conversation. A missing
@@ -37,27 +36,20 @@ def converse(request, address):
         return announcement, receive(client)
 
 
-@pytest.fixture
-def start_desktop(daemon):  # pylint: disable=unused-argument
-    session = Desktop()
-    yield session.start
-    if run("torvik-desktop", "status").returncode == 0:
-        session.stop()
-
-
 def test_every_example_is_checked():
     assert PAGE.count("<!-- check: ") == len(EXAMPLES) + len(("shell", "python"))
 
 
 @pytest.mark.parametrize("example", EXAMPLES,
                          ids=lambda example: f"line{PAGE.count(chr(10), 0, example.start()) + 1}")
-def test_conversation(example, start_desktop):
+@pytest.mark.usefixtures("daemon")
+def test_conversation(example, no_desktop):
     at = state(example)
     for earlier in EXAMPLES:
         if "after" in at and state(earlier).get("name") == at["after"]:
             converse(earlier["request"], TCP)
     if at["desktop"] != "none":
-        start_desktop(at["desktop"])
+        no_desktop.start(at["desktop"])
     announcement, answer = converse(example["request"], CHANNEL if "channel" in at else TCP)
     expected = Path(at["file"]).read_bytes() if "file" in at else (example["answer"] or "").encode()
     assert (announcement.decode(), answer) == (example["announcement"] or "", expected)
@@ -71,10 +63,11 @@ def test_credential_block(tmp_path):
     assert done.stdout.decode() == "".join(line for line in lines if not line.startswith("$ "))
 
 
-def test_complete_client(start_desktop):
+@pytest.mark.usefixtures("daemon")
+def test_complete_client(no_desktop):
     client = {}
     exec(block("python", "python"), client)  # pylint: disable=exec-used
     assert client["ask"](TCP[0], "GetIcon", "Clock", "phone") == b""
     assert client["ask"](TCP[0], "KillAll") is None
-    start_desktop("alice")
+    no_desktop.start("alice")
     assert b"\t\talice\n" in client["ask"](TCP[0], "GetCurrentUser")
