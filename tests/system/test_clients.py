@@ -1,5 +1,5 @@
-"""Clients that leave at the wrong moment, programs that must not hold what is the agent's, and
-thousands of requests: the next client is served, and nothing piles up."""
+"""Clients that leave at the wrong moment, an agent without standard streams, and thousands of
+requests: the next client is served, and nothing piles up."""
 import os
 import re
 import socket
@@ -9,24 +9,21 @@ from pathlib import Path
 
 import pytest
 
-from box import (CHANNEL, TCP, ask, built_with, connect, payload, receive, request, text,
+from box import (CHANNEL, TCP, announced, ask, built_with, connect, payload, receive, request, text,
                  wait_until)
 
 PAD_ICON = Path("/share/Volume1/vexa/Player/.kallo/images/pad.png")
 IMAGE_SIZE = 5_000_000
-ANNOUNCED = b'<ZelvDocRoot version="1.2">\n\t<size>\n\t\t5000000\n\t</size>\n</ZelvDocRoot>\n'
 UNKNOWN = request("Nope")
 
 
 def leave(client):
     client.close()
-    return None
 
 
 def reset(client):
     client.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
     client.close()
-    return None
 
 
 def half_close(client):
@@ -41,21 +38,20 @@ def go_on(client, step):
     client.sendall(request("GetIcon", "Player", "pad"))
     if step == "asked":
         return
-    receive(client, lambda data: data == ANNOUNCED)
+    receive(client, lambda data: data == announced(IMAGE_SIZE))
     if step == "answered":
         return
     client.sendall(b"go")
     assert len(client.recv(1000, socket.MSG_WAITALL)) == 1000
 
 
-@pytest.mark.parametrize("how", [leave, reset, half_close])
-@pytest.mark.parametrize("step, left", [("connected", 0), ("asked", len(ANNOUNCED)),
+@pytest.mark.parametrize("step, left", [("connected", 0), ("asked", len(announced(IMAGE_SIZE))),
                                         ("answered", 0), ("paid", IMAGE_SIZE - 1000)])
-def test_client_that_breaks_off(daemon, how, step, left):
+def test_client_that_breaks_off(daemon, step, left):
     PAD_ICON.write_bytes(b"\x89" * IMAGE_SIZE)
     ask(UNKNOWN)
     before = daemon.fds()
-    for _ in range(5):
+    for how in (leave, reset, half_close) * 3:
         with connect() as client:
             go_on(client, step)
             assert how(client) in (None, left)
@@ -63,19 +59,9 @@ def test_client_that_breaks_off(daemon, how, step, left):
     assert daemon.fds() == before
 
 
-def test_clients_at_the_same_time(daemon):  # pylint: disable=unused-argument
-    answers = []
-    clients = [threading.Thread(target=lambda: answers.append(payload("Nope"))) for _ in range(5)]
-    for client in clients:
-        client.start()
-    for client in clients:
-        client.join()
-    assert [text(answer, "errRtn") for answer in answers] == ["invalid_command"] * 5
-
-
 @pytest.mark.parametrize("streams", ["broken pipes", "closed"])
-def test_without_standard_streams(desktop, nas, start_daemon, streams):
-    # pylint: disable=unused-argument
+@pytest.mark.usefixtures("desktop")
+def test_without_standard_streams(nas, start_daemon, streams):
     reader, writer = os.pipe()
     os.close(reader)
     agent = start_daemon(**({"stdout": writer, "stderr": writer} if streams == "broken pipes" else
@@ -86,17 +72,6 @@ def test_without_standard_streams(desktop, nas, start_daemon, streams):
     wait_until(lambda: text(payload("ListVEXA"), "displayName") == "Changed")
     if streams == "closed":
         assert {os.readlink(f"/proc/{agent.pid}/fd/{fd}") for fd in range(3)} == {"/dev/null"}
-
-
-def test_started_program_holds_nothing_of_the_agent(desktop, daemon):
-    # pylint: disable=unused-argument
-    assert text(payload("Launch", "Player"), "errRtn") == "success"
-    player = wait_until(lambda: next(Path("/run/vexa/Player").glob("[0-9]*"), None))
-    held = [os.readlink(entry) for entry in Path(f"/proc/{player.name}/fd").iterdir()]
-    assert held and not [name for name in held if re.match(r"socket:|anon_inode:|/tmp/Tor|/etc/",
-                                                           name)]
-    ask(request("KillAll"))
-    assert not player.exists()
 
 
 def resident(agent):

@@ -7,13 +7,14 @@ from pathlib import Path
 
 import pytest
 
-from box import ask, connect, receive, request
+from box import announced, ask, connect, receive, request
+from conftest import remove
 
 PACKAGES = Path("/share/Volume1/vexa")
-INVALID = (b'<ZelvDocRoot version="1.2">\n\t<size>\n\t\t119\n\t</size>\n</ZelvDocRoot>\n',
+INVALID = (announced(119),
            b'<ZelvDocRoot version="1.2">\n\t<torvik_ver>\n\t\t2.4.1\n\t</torvik_ver>\n\t<errRtn>\n'
            b'\t\tinvalid_command\n\t</errRtn>\n</ZelvDocRoot>\n')
-NO_ICON = (b'<ZelvDocRoot version="1.2">\n\t<size>\n\t\t0\n\t</size>\n</ZelvDocRoot>\n', b"")
+NO_ICON = (announced(0), b"")
 SILENCE = (b"", b"")
 UNKNOWN = b"<ZelvDocRoot><cmd>Nope</cmd></ZelvDocRoot>"
 
@@ -22,58 +23,44 @@ def padded(size, text=b"<ZelvDocRoot><!--%s--><cmd>Nope</cmd></ZelvDocRoot>"):
     return text % (b"x" * (size - len(text) + 2))
 
 
-@pytest.mark.parametrize("sent, answer", [
-    (UNKNOWN, INVALID),
-    (b"<ZelvDocRoot><cmd>getstatus</cmd></ZelvDocRoot>", INVALID),
-    (b"<ZelvDocRoot><cmd>GetPassword</cmd></ZelvDocRoot>", INVALID),
-    (b"<ZelvDocRoot><cmd>GetIcon2</cmd></ZelvDocRoot>", INVALID),
-    (b"<ZELVDOCROOT a='1' b><CMD c=\"2\">Nope</CMD></zelvdocroot>", INVALID),
-    (b"<?xml version='1.0' encoding='UTF-8'?>\r\n" + UNKNOWN, INVALID),
-    (b"\xef\xbb\xbf" + UNKNOWN, INVALID),
-    (b"<x>" + UNKNOWN + b"</x>", INVALID),
-    (b"<ZelvDocRoot><cmd>&#78;ope<x/></cmd><cmd>KillAll</cmd></ZelvDocRoot>", INVALID),
-    (b"<ZelvDocRoot><cmd>No\xff\xfepe</cmd></ZelvDocRoot>", INVALID),
-    (UNKNOWN + b"<ZelvDocRoot><cmd>KillAll</cmd></ZelvDocRoot>", INVALID),
-    (UNKNOWN + b"\0</x>", INVALID),
-    (b"<ZelvDocRoot><cmd>Nope", INVALID),
-    (padded(4096), INVALID),
-    (b"<ZelvDocRoot><cmd>Nope</cmd>" + b"<a>" * 1356, INVALID),
-    (padded(5000), SILENCE),
-    (b"<a>" * 1365, SILENCE),
-    (b"<a b='" * 682, SILENCE),
-    (b"<ZelvDocRoot>\0<cmd>Nope</cmd></ZelvDocRoot>", SILENCE),
-    (b"\0", SILENCE),
-    (bytes(range(255, -1, -1)) * 16, SILENCE),
-    (b"Nope", SILENCE),
-    (b"<cmd>Nope</cmd>", SILENCE),
-    (b"<ZelvDocRoot></ZelvDocRoot>", SILENCE),
-    (b"<ZelvDocRoot cmd='Nope'><x><cmd>Nope</cmd></x></ZelvDocRoot>", SILENCE),
-    (b"<ZelvDocRoot><cmd/><cmd>Nope</cmd></ZelvDocRoot>", SILENCE),
-    (b"<ZelvDocRoot><cmd> \n</cmd></ZelvDocRoot>", SILENCE),
-    (b"<ZelvDocRoot><cmd>No&#65pe</cmd></ZelvDocRoot>", SILENCE),
-    (b"<ZelvDocRoot><cmd>Nope</cmd", SILENCE),
-    (request("KillAll"), SILENCE),
-    (request("Logout"), SILENCE),
-], ids=lambda value: value[:40] if isinstance(value, bytes) else "")
-def test_request(daemon, sent, answer):  # pylint: disable=unused-argument
-    assert ask(sent) == answer
-    assert ask(UNKNOWN) == INVALID
+@pytest.mark.usefixtures("daemon")
+def test_requests():
+    for sent, answer in [
+            (UNKNOWN, INVALID), (request("GetPassword"), INVALID), (request("GetIcon2"), INVALID),
+            (b"<ZELVDOCROOT a='1' b><CMD c=\"2\">Nope</CMD></zelvdocroot>", INVALID),
+            (b"\xef\xbb\xbf<?xml version='1.0' encoding='UTF-8'?>\r\n" + UNKNOWN, INVALID),
+            (b"<x>" + UNKNOWN + b"</x>", INVALID),
+            (b"<ZelvDocRoot><cmd>&#78;ope<x/></cmd><cmd>KillAll</cmd></ZelvDocRoot>", INVALID),
+            (b"<ZelvDocRoot><cmd>No\xff\xfepe</cmd></ZelvDocRoot>", INVALID),
+            (UNKNOWN + request("KillAll"), INVALID),
+            (UNKNOWN + b"\0</x>", INVALID),
+            (b"<ZelvDocRoot><cmd>Nope", INVALID),
+            (padded(4096), INVALID),
+            (b"<ZelvDocRoot><cmd>Nope</cmd>" + b"<a>" * 1356, INVALID),
+            (padded(5000), SILENCE),
+            (b"<a>" * 1365, SILENCE),
+            (b"<a b='" * 682, SILENCE),
+            (b"<ZelvDocRoot>\0<cmd>Nope</cmd></ZelvDocRoot>", SILENCE),
+            (bytes(range(255, -1, -1)) * 16, SILENCE),
+            (b"<cmd>Nope</cmd>", SILENCE),
+            (b"<ZelvDocRoot cmd='Nope'><x><cmd>Nope</cmd></x></ZelvDocRoot>", SILENCE),
+            (b"<ZelvDocRoot><cmd> \n</cmd><cmd>Nope</cmd></ZelvDocRoot>", SILENCE),
+            (b"<ZelvDocRoot><cmd>No&#65pe</cmd></ZelvDocRoot>", SILENCE),
+            (b"<ZelvDocRoot><cmd>Nope</cmd", SILENCE)]:
+        assert ask(sent) == answer, sent[:60]
 
 
-@pytest.mark.parametrize("go_ahead", [b"x", b"\0", request("KillAll"), b"x" * 4096])
-def test_any_go_ahead_will_do_and_no_second_request(daemon, go_ahead):
+def test_any_go_ahead_will_do_and_no_second_request(daemon):
+    for go_ahead in (b"\0", request("KillAll"), b"x" * 4096):
+        with connect() as client:
+            client.sendall(UNKNOWN)
+            assert receive(client, lambda data: data == INVALID[0]) == INVALID[0]
+            client.sendall(go_ahead)
+            assert receive(client) == INVALID[1]
     with connect() as client:
-        client.sendall(UNKNOWN)
-        assert receive(client, lambda data: data == INVALID[0]) == INVALID[0]
-        client.sendall(go_ahead)
-        assert receive(client) == INVALID[1]
-    assert daemon.log().count("COMMAND:") == 1
-
-
-def test_what_lies_behind_the_limit_is_the_go_ahead(daemon):  # pylint: disable=unused-argument
-    with connect() as client:
-        client.sendall(UNKNOWN + b" " * 4096)
+        client.sendall(UNKNOWN + b" " * 4096)  # what lies behind the limit is the go-ahead
         assert receive(client) == b"".join(INVALID)
+    assert daemon.log().count("COMMAND:") == 4
 
 
 def test_log_of_a_request(daemon):
@@ -101,47 +88,28 @@ def test_identity_unknown(nas, start_daemon):
         b'\t\tlogin_required\n\t</errRtn>\n</ZelvDocRoot>\n')
 
 
-@pytest.mark.parametrize("params, file", [
-    (("Player", "phone"), "Player/.kallo/images/phone.png"),
-    (("Player", "pad", "more"), "Player/.kallo/images/pad.png"),
-    (("Browser", "phone"), "Browser/.kallo/images/phone.png"),  # named by an absolute path
-    (("OldGame", "pad"), "OldGame/.kallo/images/pad.png"),  # disabled
-    (("StorageAdmin", "pad"), "StorageAdmin/.kallo/images/pad.png"),
-    (("TvTuner", "phone"), "TvTuner/.kallo/images/phone.png"),
-    (("Photos", "pad"), None),
-    (("Clock", "phone"), None),
-    (("zelv-tuner", "phone"), None),
-    (("player", "phone"), None),
-    (("Player", "Phone"), None),
-    (("Player", ""), None),
-    (("Player",), None),
-    (("", "phone"), None),
-    ((), None),
-])
-def test_icon(daemon, params, file):  # pylint: disable=unused-argument
-    announcement, data = ask(request("GetIcon", *params))
-    if file is None:
-        assert (announcement, data) == NO_ICON
-    else:
-        assert data == (PACKAGES / file).read_bytes()
-        assert announcement == (b'<ZelvDocRoot version="1.2">\n\t<size>\n\t\t%d\n\t</size>\n'
-                                b"</ZelvDocRoot>\n" % len(data))
-
-
-@pytest.mark.parametrize("make", [Path.mkdir, os.mkfifo, Path.touch, lambda path: None,
-                                  lambda path: path.symlink_to("/dev/zero")],
-                         ids=["directory", "pipe", "empty", "gone", "device"])
-def test_icon_that_is_no_image(daemon, make):  # pylint: disable=unused-argument
-    icon = PACKAGES / "Player/.kallo/images/phone.png"
-    icon.unlink()
-    make(icon)
-    assert ask(request("GetIcon", "Player", "phone")) == NO_ICON
-
-
-def test_large_icon(daemon):  # pylint: disable=unused-argument
-    image = os.urandom(5_000_000)
-    (PACKAGES / "Player/.kallo/images/pad.png").write_bytes(image)
-    assert ask(request("GetIcon", "Player", "pad"))[1] == image
+@pytest.mark.usefixtures("daemon")
+def test_icons():
+    large = PACKAGES / "Photos/.kallo/images/phone.png"
+    large.write_bytes(os.urandom(5_000_000))
+    for params, file in [
+            (("Player", "phone"), "Player/.kallo/images/phone.png"),
+            (("Player", "pad", "more"), "Player/.kallo/images/pad.png"),
+            (("Browser", "phone"), "Browser/.kallo/images/phone.png"),  # named by an absolute path
+            (("OldGame", "pad"), "OldGame/.kallo/images/pad.png"),  # disabled
+            (("StorageAdmin", "pad"), "StorageAdmin/.kallo/images/pad.png"),
+            (("TvTuner", "phone"), "TvTuner/.kallo/images/phone.png"),
+            (("Photos", "phone"), large)]:
+        image = (PACKAGES / file).read_bytes()
+        assert ask(request("GetIcon", *params)) == (announced(len(image)), image), params
+    for params in [("Photos", "pad"), ("Clock", "phone"), ("zelv-tuner", "phone"), ("player", "phone"),
+                   ("Player", "Phone"), ("Player",), ("", "phone"), ()]:
+        assert ask(request("GetIcon", *params)) == NO_ICON, params
+    for make in (Path.mkdir, os.mkfifo, Path.touch, lambda path: None,
+                 lambda path: path.symlink_to("/dev/zero")):
+        remove(large)
+        make(large)
+        assert ask(request("GetIcon", "Photos", "phone")) == NO_ICON, make
 
 
 def test_go_ahead_for_no_icon_stops_the_agent(daemon):

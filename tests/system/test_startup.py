@@ -9,16 +9,16 @@ from pathlib import Path
 
 import pytest
 
-from box import CHANNEL, ask, built_with, connect, processes, request, wait_until
+from box import CHANNEL, ask, built_with, connect, process_named, processes, request, wait_until
 from conftest import run
 
+pytestmark = pytest.mark.usefixtures("nas")
 AGENT = "/usr/sbin/kalloagent"
 PID_FILE = Path("/run/kalloagent/kalloagent.pid")
 CORE = Path("/var/log/kalloagent.core")
 INOTIFY_LIMIT = Path("/proc/sys/user/max_inotify_instances")
 SETTINGS = Path("/root/.config/ZELV")
-MAIN_ERROR = r"\x1b\[1;31m\[File:kalloagent\]\[Line:\d+\]\[Func:int main\(\)\]: "
-INITIALIZE_ERROR = MAIN_ERROR.replace(r"main\(\)", r"CKalloAgent::initialize\(\)")
+LOCATION = r"\x1b\[1;31m\[File:kalloagent\]\[Line:\d+\]\[Func:int %s\]: "
 
 
 def answers():
@@ -29,12 +29,12 @@ def test_second_instance(daemon):
     before = PID_FILE.read_text(encoding="ascii"), PID_FILE.stat().st_mtime_ns
     second = run(AGENT)
     assert second.returncode == 0
-    assert re.fullmatch(MAIN_ERROR + r"kalloagent alread exist!!\n\x1b\[m", second.stderr)
+    assert re.fullmatch(LOCATION % r"main\(\)" + r"kalloagent alread exist!!\n\x1b\[m", second.stderr)
     assert (PID_FILE.read_text(encoding="ascii"), PID_FILE.stat().st_mtime_ns) == before
     assert before[0] == str(daemon.pid) and answers()
 
 
-def test_of_several_started_at_once_one_stays(nas):  # pylint: disable=unused-argument
+def test_of_several_started_at_once_one_stays():
     agents = [subprocess.Popen([AGENT], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
               for _ in range(6)]
     wait_until(lambda: sum(agent.poll() is None for agent in agents) == 1, 30, "one agent left")
@@ -44,38 +44,32 @@ def test_of_several_started_at_once_one_stays(nas):  # pylint: disable=unused-ar
     assert [agent.wait(30) for agent in agents] == [0] * 6
 
 
-@pytest.mark.parametrize("content", ["4194304", "{sleeper}", "{sleeper} kalloagent", "", "x\n",
-                                     "../sys/kernel", "\x7f\0\x01"])
-def test_stale_pid_file(start_daemon, content):
+def test_pid_file_left_behind(start_daemon):
+    """It keeps nobody from starting, unless its process has the name in any word."""
     PID_FILE.parent.mkdir()
-    with subprocess.Popen(["/bin/sleep", "600"]) as sleeper:
-        PID_FILE.write_text(content.format(sleeper=sleeper.pid), encoding="ascii")
-        agent = start_daemon()
-        assert PID_FILE.read_text(encoding="ascii") == str(agent.pid)
-        sleeper.kill()
-
-
-def test_name_in_any_word_of_a_command_line_counts(nas):  # pylint: disable=unused-argument
-    PID_FILE.parent.mkdir()
-    with subprocess.Popen(["/bin/tail", "-f", "/dev/null", "/etc/hosts", "--retry", "-q",
-                           "/nonexistent/kalloagent"], stderr=subprocess.DEVNULL) as other:
+    with subprocess.Popen(["/bin/tail", "-f", "/dev/null", "-q", "/nonexistent/kalloagent"],
+                          stderr=subprocess.DEVNULL) as other:
         PID_FILE.write_text(str(other.pid), encoding="ascii")
         assert run(AGENT).returncode == 0
         other.kill()
+    with process_named("sleeper") as other:
+        for content in ("4194304", f"{other.pid} kalloagent", "", "../sys/kernel", "\x7f\0\x01"):
+            PID_FILE.write_text(content, encoding="ascii")
+            agent = start_daemon()
+            assert PID_FILE.read_text(encoding="ascii") == str(agent.pid), content
+            agent.end()
 
 
-def test_settings_files(nas, start_daemon):  # pylint: disable=unused-argument
+def test_settings_files(start_daemon):
     os.umask(0o022)
-    agent = start_daemon()
+    start_daemon().end()
     assert SETTINGS.stat().st_mode & 0o777 == 0o755
-    assert {path.name: path.read_bytes() for path in SETTINGS.iterdir()} == {
-        "KALLO.conf": b"", "screen.conf": b""}
-    agent.end()
     (SETTINGS / "KALLO.conf").write_bytes(b"[A]\nb = c")
+    assert (SETTINGS / "screen.conf").read_bytes() == b""
     (SETTINGS / "screen.conf").unlink()
     start_daemon()
-    assert (SETTINGS / "KALLO.conf").read_bytes() == b"[A]\nb = c"
-    assert (SETTINGS / "screen.conf").read_bytes() == b""
+    assert {path.name: path.read_bytes() for path in SETTINGS.iterdir()} == {
+        "KALLO.conf": b"[A]\nb = c", "screen.conf": b""}
 
 
 def test_start_in_spite_of(start_daemon):
@@ -92,19 +86,18 @@ def test_start_in_spite_of(start_daemon):
 
 @pytest.mark.parametrize("port, error", [
     (9812, r"Tcp Socket bind at 9812 fail\n"),
-    (0, r"Unix Socket bind at /tmp/\.kalloagent\.channel fail\n"),
-])
-def test_address_taken(nas, port, error):  # pylint: disable=unused-argument
+    (0, r"Unix Socket bind at /tmp/\.kalloagent\.channel fail\n")])
+def test_address_taken(port, error):
     if port == 0:
         os.makedirs(CHANNEL)
     with socket.create_server(("127.0.0.1", port)):
         failed = run(AGENT)
     assert failed.returncode == 255
-    assert re.search(f"{INITIALIZE_ERROR}{error}\x1b\\[m$", failed.stderr)
+    assert re.search(LOCATION % r"CKalloAgent::initialize\(\)" + error + r"\x1b\[m$", failed.stderr)
 
 
 @pytest.mark.skipif(not os.access(INOTIFY_LIMIT, os.W_OK), reason="its limit cannot be changed")
-def test_no_start_without_inotify(nas):  # pylint: disable=unused-argument
+def test_no_start_without_inotify():
     limit = INOTIFY_LIMIT.read_bytes()
     INOTIFY_LIMIT.write_bytes(b"0")
     failed = run(AGENT)
@@ -132,23 +125,16 @@ def test_crash_report(start_daemon, loss):
     assert agent.wait() == 0
     assert re.search(r"\x1b\[1;36m\[File:kalloagent\]\[Line:\d+\]\[Func:void signal_handler\(int, "
                      rf"siginfo_t\*, void\*\)\]: sig:11  pid:{os.getpid()}\n\x1b\[m$", agent.log())
-    header = f"[sig:11  sig->pid:{os.getpid()}] self:{agent.pid}\n"
+    header = re.escape(f"[sig:11  sig->pid:{os.getpid()}] self:{agent.pid}\n")
     frames = r"(\[sig:11\]\(\d+\): .+\n){3,}"
     if loss in ("nothing", "report file"):
-        assert re.search(re.escape(header) + "\n" + frames + "$",
-                         agent.out.read_text(encoding="utf-8"))
+        assert re.search(header + "\n" + frames + "$", agent.out.read_text(encoding="utf-8"))
     if loss != "report file":
-        assert re.fullmatch(re.escape(header) + frames, CORE.read_text(encoding="utf-8"))
+        assert re.fullmatch(header + frames, CORE.read_text(encoding="utf-8"))
         assert CORE.stat().st_mode & 0o777 == 0o600
 
 
 def test_signals_that_end_nothing(daemon):
-    daemon.process.send_signal(signal.SIGSTOP)
-    with connect() as client:
-        client.sendall(b"<x/>")
-        daemon.process.send_signal(signal.SIGCONT)
-        assert client.recv(1) == b""
-
     def interrupted():
         daemon.process.send_signal(signal.SIGSTOP)
         wait_until(lambda: (daemon.pid, "T") in {(pid, state) for pid, _, state, _ in processes()})
