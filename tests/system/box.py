@@ -96,7 +96,7 @@ def settle(daemon):
     """Waits until the programs and scripts of packages that the agent has started have ended."""
     def runs(pid, state, line):
         # A program has no command line for a moment of its start.
-        return (not line or line == "/usr/sbin/kalloagent" and pid != daemon.pid or
+        return (not line or line.endswith("/usr/sbin/kalloagent") and pid != daemon.pid or
                 "/share/Volume1/vexa/" in line) and state != "Z"
     wait_until(lambda: not any(runs(pid, state, line) for pid, _, state, line in processes()), 60)
 
