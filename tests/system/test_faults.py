@@ -1,0 +1,233 @@
+"""What fails around the agent (tools, disks, descriptors, processes) fails the requests that need it,
+and nothing once it is put right."""
+# pylint: disable=unused-argument
+import base64
+import os
+import re
+import resource
+import signal
+import subprocess
+import threading
+import time
+from pathlib import Path
+
+import pytest
+
+from box import CHANNEL, TCP, ask, connect, payload, processes, receive, request, text, texts, \
+    wait_until
+from conftest import remove, run
+from test_clients import UNKNOWN, go_on
+
+HAND_OVER = Path("/usr/share/.kallo/.kallopw.log")
+LOG_IN = "Login2", base64.b64encode(b"admin"), base64.b64encode(b"admin-secret")
+STUCK = "sleep 611"
+BROKEN = None, "exit 0\n", "kill -9 $$\n", "exec <&- >&-\nsleep 0.1\n", f"exec {STUCK}\n"
+# Tool, a request that runs it, the answer when it says nothing; what it repeats without end, the
+# answer to that.
+TOOLS = [("/sbin/rdconf", ("GetKALLOSetting",), "success", "yes", "success"),
+         ("/sbin/wrconf", LOG_IN, "login_success", None, None),
+         ("/opt/bin/zelvshmenv", ("GetCurrentUser",), "login_required", "<E>", "login_required"),
+         ("/usr/bin/wmctrl", ("GetStatus",), "success", None, None),
+         ("/bin/ps", ("Launch", "TvTuner"), "success", "tuner-tv", "invalid_command"),
+         ("/usr/bin/base64", LOG_IN, None, "x", "login_fail")]
+
+
+def tool_cases():
+    for tool, asked, answer, line, to_endless in TOOLS:
+        yield from ((tool, script, asked, answer) for script in BROKEN)
+        if line:
+            yield tool, f"exec yes '{line}'\n", asked, to_endless
+
+
+def result(asked, address=TCP):
+    return text(payload(*asked, address=address), "errRtn")
+
+
+def end_stuck_tools():
+    stuck = [pid for pid, _, _, line in processes() if line == STUCK]
+    for pid in stuck:
+        os.kill(pid, signal.SIGKILL)
+    return stuck
+
+
+@pytest.mark.parametrize("tool, script, asked, answer", tool_cases())
+def test_broken_tool(nas, desktop, daemon, tool, script, asked, answer):
+    if asked == LOG_IN:
+        desktop.stop()
+    before, descriptors, answers, ended = result(asked), daemon.fds(), [], []
+    nas.replace(tool, script)
+    client = threading.Thread(target=lambda: answers.append(result(asked)))
+    client.start()
+    while client.is_alive():
+        ended += end_stuck_tools()
+        client.join(0.02)
+    assert (answers, bool(ended)) == ([answer], script == BROKEN[-1]), daemon.log()
+    nas.restore()
+    assert (result(asked), daemon.fds(), daemon.zombies()) == (before, descriptors, [])
+
+
+def test_stuck_checksum(nas, desktop, daemon):
+    """Clients get the list there is while the watcher waits for a tool."""
+    nas.replace("/usr/bin/md5sum", f"exec {STUCK}\n")
+    nas.wrconf("Clock", "Version", "new")
+    wait_until(lambda: any(line == STUCK for *_, line in processes()))
+    assert texts(payload("ListVEXA"), "version")[3] == "1.4"
+    nas.restore()
+    nas.wrconf("Clock", "Version", "newer")
+    wait_until(lambda: (end_stuck_tools(), texts(payload("ListVEXA"), "version")[3])[1] == "newer")
+
+
+@pytest.fixture
+def disk(nas, request):  # pylint: disable=redefined-outer-name
+    """Puts a disk of two pages over a directory, whose own directories show through. Gives the
+    function that makes it full, read-only or, with neither, writable again."""
+    place, behind = Path(request.param), Path("/run/behind")
+    place.mkdir(parents=True, exist_ok=True)
+    behind.mkdir(exist_ok=True)
+    run("mount", "--rbind", place, behind)
+    if run("mount", "-t", "tmpfs", "-o", "size=8k", "none", place).returncode != 0:
+        pytest.skip("nothing can be mounted here")
+    for child in filter(Path.is_dir, behind.iterdir()):
+        (place / child.name).mkdir()
+        assert run("mount", "--rbind", child, place / child.name).returncode == 0
+
+    def become(state):
+        how = "remount,ro" if state == "read-only" else "remount,rw"
+        assert run("mount", "-o", how, place).returncode == 0
+        if state == "full":
+            with pytest.raises(OSError, match="No space"), open(place / "filler", "wb", 0) as file:
+                while file.write(bytes(4096)):
+                    pass
+        elif state == "writable":
+            (place / "filler").unlink(missing_ok=True)
+
+    yield become
+    run("umount", "--recursive", "--lazy", place)
+    run("umount", "--recursive", "--lazy", behind)
+
+
+# Directory, what a log-in comes to while it is full, and while it is read-only.
+@pytest.mark.parametrize("disk, full, read_only", [
+    ("/usr/share/.kallo", "login_fail", "login_fail"), ("/tmp", None, "login_fail"),
+    ("/root/.config/ZELV", "login_success", "login_success")], indirect=["disk"])
+def test_disk(disk, start_daemon, nas, full, read_only):
+    """A log-in that succeeds has its password whole on the disk, and settings are never cut off."""
+    settings, plain = Path(nas.settings), "[A]\nb = c\n"
+    settings.parent.mkdir(parents=True, exist_ok=True)
+    settings.write_text(plain)
+    daemon = start_daemon()
+    for state, answer in (("full", full), ("writable", "login_success"), ("read-only", read_only),
+                          ("writable", "login_success")):
+        disk(state)
+        assert result(LOG_IN) == answer, (state, daemon.log())
+        password = HAND_OVER.read_bytes() if HAND_OVER.exists() else b""
+        assert password == LOG_IN[2] or answer != "login_success" and not password
+        assert settings.read_text() in (plain, plain + "\n[ZelvRemote]\nLogin = \n")
+    assert settings.read_text() != plain
+
+
+@pytest.mark.parametrize("state", ["full", "read-only"])
+@pytest.mark.parametrize("disk", ["/run/kalloagent", "/var/log"], indirect=True)
+def test_start_and_crash_without_a_disk(disk, state, start_daemon):
+    disk(state)
+    daemon = start_daemon()
+    assert run("/usr/sbin/kalloagent").returncode in (0, 255)  # no second one, whatever tells
+    assert result(("Nope",)) == "invalid_command"
+    daemon.process.send_signal(signal.SIGSEGV)
+    assert daemon.wait() == 0 and "[sig:11](2): " in daemon.out.read_text()
+
+
+@pytest.mark.parametrize("address", [TCP, CHANNEL])
+def test_no_descriptor_for_a_client(daemon, address):
+    used = {int(number) for number in os.listdir(f"/proc/{daemon.pid}/fd")}
+    limits = resource.prlimit(daemon.pid, resource.RLIMIT_NOFILE)
+    resource.prlimit(daemon.pid, resource.RLIMIT_NOFILE, (min(set(range(999)) - used), limits[1]))
+    with connect(address) as client:
+        client.sendall(UNKNOWN)
+        wait_until(lambda: daemon.log().count("(Too many open files) m_tcpPtr ... fail\n") > 5)
+        assert daemon.log().count("\n") < 200  # a loop without a pause writes thousands in this time
+        resource.prlimit(daemon.pid, resource.RLIMIT_NOFILE, limits)
+        assert b"<size>" in receive(client, lambda data: b"</ZelvDocRoot>" in data)
+    assert result(("Nope",), address) == "invalid_command"
+    wait_until(lambda: daemon.fds() == len(used))
+
+
+@pytest.fixture
+def exhaustion(nas):
+    """Fills the box with processes up to a limit of its own, and gives what ends that."""
+    limit = Path("/proc/sys/kernel/pid_max")
+    if tuple(map(int, re.findall(r"\d+", os.uname().release)[:2])) < (6, 14) or \
+            not Path("/.host").exists() or not os.access(limit, os.W_OK):
+        pytest.skip("this limit is the machine's, not the box's")
+    before, sleepers = limit.read_text(), []
+
+    def start():
+        limit.write_text("301")
+        with pytest.raises(BlockingIOError):
+            while True:
+                sleepers.append(subprocess.Popen(["/bin/sleep", "600"]))
+
+    def end():
+        limit.write_text(before)
+        for sleeper in sleepers:
+            sleeper.kill()
+            sleeper.wait()
+
+    yield start, end
+    end()
+
+
+def test_no_processes(desktop, daemon, exhaustion):  # pylint: disable=redefined-outer-name
+    asked = [("GetStatus",), ("GetCurrentUser",), ("ListVEXA",), ("GetKALLOSetting",),
+             ("Launch", "Photos"), ("Launch", "TvTuner"), ("Nope",)]
+    answers, descriptors = [result(each) for each in asked], daemon.fds()
+    exhaustion[0]()
+    assert [result(each) for each in asked] == ["success", "login_required", *answers[2:]]
+    assert ask(request("KillAll")) == ask(request("Logout")) == (b"", b"")
+    Path("/tmp/Torvik.ServicePipe").write_text("Downloader start\n")
+    wait_until(lambda: "fork() fail!" in daemon.log())
+    exhaustion[1]()
+    assert [result(each) for each in asked] == answers
+    assert (daemon.fds(), daemon.zombies()) == (descriptors, [])
+
+
+def test_configuration_removed_and_restored(nas, desktop, start_daemon):
+    """The agent lives on what it has read; its watch is on the directory, not on the name."""
+    daemon, listed = start_daemon(), texts(payload("ListVEXA"), "name")
+    kept = Path("/etc/config").rename("/etc/kept")
+    away = [result(asked) for asked in (("ListVEXA",), LOG_IN, ("Launch", "Photos"))]
+    kept.rename("/etc/config")
+    assert away == ["success", "login_fail", "success"]
+    nas.wrconf("Clock", "Version", "new")
+    wait_until(lambda: "new" in texts(payload("ListVEXA"), "version"))
+    remove(Path("/etc/config"))
+    assert texts(payload("ListVEXA"), "name") == listed
+    daemon.end()
+    assert start_daemon() and texts(payload("ListVEXA"), "name") == []
+
+
+def test_signal_storm(desktop, daemon):
+    answers = []
+    client = threading.Thread(target=lambda: answers.extend(payload("ListVEXA") for _ in range(30)))
+    client.start()
+    while client.is_alive():
+        for number in (signal.SIGCHLD, signal.SIGSTOP, signal.SIGCONT, signal.SIGWINCH):
+            daemon.process.send_signal(number)
+        time.sleep(0.001)
+    assert answers == [payload("ListVEXA")] * 30 and not daemon.zombies()
+
+
+@pytest.mark.parametrize("step", ["connected", "answered", "paid"])
+def test_stalled_client(daemon, step):
+    """Holds all others up, and no longer than it is there."""
+    Path("/share/Volume1/vexa/Player/.kallo/images/pad.png").write_bytes(b"\x89" * 5_000_000)
+    answers = []
+    others = [threading.Thread(target=lambda: answers.append(result(("Nope",)))) for _ in range(5)]
+    with connect() as stalled:
+        go_on(stalled, step)
+        for other in others:
+            other.start()
+        assert not answers
+    for other in others:
+        other.join()
+    assert answers == ["invalid_command"] * 5
