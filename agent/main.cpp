@@ -47,10 +47,8 @@ int main() {
     }
     installSignalHandlers();
     [[maybe_unused]] const int moved = chdir("/");
-    if (serviceBinding.init() != 0) {
+    if (serviceBinding.init() != 0 || serviceBinding.start() != 0) {
         report(__LINE__, "vexaBind init fail!!\n");
-    } else {
-        serviceBinding.start();
     }
     agent.exec();
     serviceBinding.stop();

@@ -11,6 +11,7 @@
 #include <cassert>
 #include <cerrno>
 #include <cstdio>
+#include <system_error>
 #include <utility>
 
 #include "packages/registry.h"
@@ -138,8 +139,13 @@ int VexaBind::init() {
     return 0;
 }
 
-void VexaBind::start() {
-    m_thread = std::thread(&VexaBind::threadBody, this);
+int VexaBind::start() {
+    try {
+        m_thread = std::thread(&VexaBind::threadBody, this);
+    } catch (const std::system_error&) {
+        return -1;
+    }
+    return 0;
 }
 
 void VexaBind::stop() {

@@ -44,9 +44,9 @@ class VexaBind {
     /// 0, or -1 after a message on standard error. To be called once.
     int init();
 
-    /// Runs threadBody() in the object's own thread. Call once, after init(). Terminates the
-    /// process when the system has no thread left.
-    void start();
+    /// Runs threadBody() in the object's own thread. Call once, after init(). Returns 0, or -1 when
+    /// the system has no thread left.
+    int start();
 
     /// Reads requests and serves them until a stop is requested. Requires init().
     void threadBody();

@@ -154,18 +154,22 @@ def test_no_descriptor_for_a_client(daemon, address):
 
 @pytest.fixture
 def exhaustion(nas):
-    """Fills the box with processes up to a limit of its own, and gives what ends that."""
+    """Gives what fills the box with processes up to a limit of its own but for `spare`, and what
+    ends that."""
     limit = Path("/proc/sys/kernel/pid_max")
     if tuple(map(int, re.findall(r"\d+", os.uname().release)[:2])) < (6, 14) or \
             not Path("/.host").exists() or not os.access(limit, os.W_OK):
         pytest.skip("this limit is the machine's, not the box's")
     before, sleepers = limit.read_text(), []
 
-    def start():
+    def start(spare=0):
         limit.write_text("301")
         with pytest.raises(BlockingIOError):
             while True:
                 sleepers.append(subprocess.Popen(["/bin/sleep", "600"]))
+        for sleeper in sleepers[:spare]:
+            sleeper.kill()
+            sleeper.wait()
 
     def end():
         limit.write_text(before)
@@ -189,6 +193,13 @@ def test_no_processes(desktop, daemon, exhaustion):  # pylint: disable=redefined
     exhaustion[1]()
     assert [result(each) for each in asked] == answers
     assert (daemon.fds(), daemon.zombies()) == (descriptors, [])
+
+
+def test_start_without_threads(start_daemon, exhaustion):  # pylint: disable=redefined-outer-name
+    exhaustion[0](spare=1)
+    daemon = start_daemon()
+    assert result(("Nope",)) == "invalid_command" and "vexaBind init fail!!" in daemon.log()
+    exhaustion[1]()
 
 
 def test_configuration_removed_and_restored(nas, desktop, start_daemon):

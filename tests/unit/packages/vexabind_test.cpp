@@ -56,7 +56,7 @@ TEST(VexaBind, ServesEachRequestOfAWriteInOrderBeforeItStops) {
     EXPECT_EQ(bind.init(), 0);
     EXPECT_EQ(fs::status(path).type(), fs::file_type::fifo);
     EXPECT_EQ(fs::status(path).permissions(), fs::perms{0600});
-    bind.start();
+    ASSERT_EQ(bind.start(), 0);
     { const std::ofstream writer(path); }  // does not end the pipe
     std::ofstream(path) << "no-such-package none\nZelvKVM.no-such-machine none\nalone\n";
     bind.stop();
