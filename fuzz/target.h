@@ -13,15 +13,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 namespace fuzz {
 
+/// The whole input; never a null pointer, which C functions do not take, even for no bytes.
 inline std::string_view textOf(const uint8_t* data, size_t size) {
-    return {reinterpret_cast<const char*>(data), size};
+    return size == 0 ? "" : std::string_view(reinterpret_cast<const char*>(data), size);
 }
 
 /// Takes the part up to `separator` off the front of `rest`; without a separator, all of it.
 inline std::string_view takePart(std::string_view& rest, std::string_view separator) {
     const size_t end = rest.find(separator);
     const std::string_view part = rest.substr(0, end);
-    rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + separator.size());
+    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + separator.size());
     return part;
 }
 
