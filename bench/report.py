@@ -40,6 +40,8 @@ def medians(folder):
     """Real time in nanoseconds by benchmark name, the library's own suffixes removed."""
     found = {}
     for file in folder.glob("*.json"):
+        if file.stat().st_size == 0:  # a filter left nothing of this topic
+            continue
         for row in json.loads(file.read_text())["benchmarks"]:
             if row.get("aggregate_name", "median") == "median" and "error_occurred" not in row:
                 name = re.sub(r"/(real_time|manual_time|process_time)$", "", row["run_name"])

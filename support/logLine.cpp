@@ -32,23 +32,22 @@ const char* colourStart(Colour colour) {
     return "";
 }
 
-/// Keeps a SIGPIPE of the enclosed writes from the calling thread: it is blocked, and one that the
-/// writes raised is taken off again. The disposition itself is not touched, because programs that
-/// the agent starts inherit it.
+/// Keeps a SIGPIPE of the enclosed writes from the calling thread: it is blocked, and one that a
+/// write raised is taken off again. The disposition itself is not touched, because programs that
+/// the agent starts inherit it. Changes errno.
 class PipeSignalGuard {
   public:
     PipeSignalGuard() noexcept {
-        sigset_t pending;
         sigemptyset(&m_pipe);
         sigaddset(&m_pipe, SIGPIPE);
-        sigpending(&pending);
-        m_wasPending = sigismember(&pending, SIGPIPE) == 1;
         pthread_sigmask(SIG_BLOCK, &m_pipe, &m_before);
+        errno = 0;
     }
     PipeSignalGuard(const PipeSignalGuard&) = delete;
     PipeSignalGuard& operator=(const PipeSignalGuard&) = delete;
     ~PipeSignalGuard() {
-        if (!m_wasPending) {
+        // A thread that had it blocked before gets none, and one that waits there is not ours.
+        if (errno == EPIPE && sigismember(&m_before, SIGPIPE) == 0) {
             const timespec none{};
             sigtimedwait(&m_pipe, nullptr, &none);
         }
@@ -58,7 +57,6 @@ class PipeSignalGuard {
   private:
     sigset_t m_pipe{};
     sigset_t m_before{};
-    bool m_wasPending = false;
 };
 
 void appendFormatted(std::string& text, const char* format, va_list arguments) {
