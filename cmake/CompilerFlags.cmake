@@ -9,7 +9,8 @@ endif()
 # A programming error (a closed socket, a null buffer) must stop the process in every build, so
 # NDEBUG, which would remove the assertions, is not among the flags of any build type.
 set(CMAKE_CXX_FLAGS_RELEASE "-O2")
-set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g")
+# The build type of the sanitizers, which take most of their time to compile.
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O1 -g1")
 
 # Assertions name their file; the folder that the tree was built in is nobody's business.
 add_compile_options(-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=

@@ -9,7 +9,8 @@ from pathlib import Path
 
 TCP = ("127.0.0.1", 9812)
 CHANNEL = "/tmp/.kalloagent.channel"
-WRAP = os.environ.get("KALLO_WRAP", "").split()  # what the agent runs under: valgrind, perhaps
+# What the agent runs under, valgrind perhaps: it adds descriptors, memory and time of its own.
+WRAP = os.environ.get("KALLO_WRAP", "").split()
 PATIENCE = 10 if WRAP else 1
 
 

@@ -9,8 +9,8 @@ from pathlib import Path
 
 import pytest
 
-from box import (CHANNEL, TCP, announced, ask, built_with, connect, payload, receive, request, text,
-                 wait_until)
+from box import (CHANNEL, TCP, WRAP, announced, ask, built_with, connect, payload, receive, request,
+                 text, wait_until)
 
 PAD_ICON = Path("/share/Volume1/vexa/Player/.kallo/images/pad.png")
 IMAGE_SIZE = 5_000_000
@@ -70,7 +70,7 @@ def test_without_standard_streams(nas, start_daemon, streams):
     assert text(payload("GetCurrentUser"), "user") == "admin"
     nas.wrconf("Player", "Display_Name", "Changed")
     wait_until(lambda: text(payload("ListVEXA"), "displayName") == "Changed")
-    if streams == "closed":
+    if streams == "closed" and not WRAP:
         assert {os.readlink(f"/proc/{agent.pid}/fd/{fd}") for fd in range(3)} == {"/dev/null"}
 
 
@@ -100,4 +100,5 @@ def test_nothing_piles_up(daemon):
     fds, memory = daemon.fds(), resident(daemon)
     mixed_requests(1000)
     assert (daemon.fds(), daemon.zombies()) == (fds, [])
-    assert resident(daemon) < memory + 1024 or built_with("asan") or built_with("tsan")
+    assert resident(daemon) < memory + 1024 or WRAP or built_with("asan") \
+        or built_with("tsan")

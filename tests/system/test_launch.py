@@ -5,7 +5,7 @@ from pathlib import Path
 
 import pytest
 
-from box import ask, payload, process_named, processes, request, settle, text, \
+from box import WRAP, ask, payload, process_named, processes, request, settle, text, \
     wait_until
 
 VEXA = "/share/Volume1/vexa"
@@ -96,7 +96,7 @@ def test_started_program(nas, desktop, start_daemon, kept):  # pylint: disable=u
         assert os.readlink(f"/proc/{pid}/cwd") == "/"
         environment = Path(f"/proc/{pid}/environ").read_bytes().split(b"\0")
         assert {b"A=Mg==", b"B=kept", b"C=", b"D=!"} <= set(environment)
-        assert sorted(os.listdir(f"/proc/{pid}/fd")) == ["0", "1", "2"]
+        assert WRAP or sorted(os.listdir(f"/proc/{pid}/fd")) == ["0", "1", "2"]
         masks = dict(line.split(":\t") for line in Path(f"/proc/{pid}/status").read_text().splitlines())
         assert int(masks["SigBlk"], 16) == 0
         assert int(masks["SigIgn"], 16) & 0xFFFF == kept << signal.SIGPIPE - 1
