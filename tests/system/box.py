@@ -1,6 +1,7 @@
 """What the system tests use of the box: the bytes of the protocol, and looks at processes."""
 import os
 import re
+import signal
 import socket
 import subprocess
 import time
@@ -112,6 +113,20 @@ def process_named(name):
             yield process
         finally:
             process.kill()
+
+
+@contextmanager
+def sleeper():
+    """(process id, parent) of the `sleep 600` that the agent started, until the context ends. It
+    holds its standard streams alone, once its loader has closed the libraries."""
+    pid, parent = wait_until(lambda: next(
+        ((pid, parent) for pid, parent, _, line in processes() if line == "sleep 600"), None))
+    try:
+        wait_until(lambda: sorted(os.listdir(f"/proc/{pid}/fd")) == ["0", "1", "2"],
+                   what="no descriptor besides the standard streams")
+        yield pid, parent
+    finally:
+        os.kill(pid, signal.SIGKILL)
 
 
 def built_with(runtime):

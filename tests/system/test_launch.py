@@ -5,8 +5,7 @@ from pathlib import Path
 
 import pytest
 
-from box import WRAP, ask, payload, process_named, processes, request, settle, text, \
-    wait_until
+from box import WRAP, ask, payload, process_named, request, settle, sleeper, text
 
 VEXA = "/share/Volume1/vexa"
 IN_ORDER = ["Player", "Browser", "StorageAdmin", "OldGame", "Clock", "Photos", "TvTuner"]
@@ -21,8 +20,8 @@ def started(name):
 
 # user of the desktop, package, workspace, is it running; answer, what was run
 DECISIONS = [
-    (None, "Player", None, False, "login_required", []),
-    (None, None, None, False, "login_required", []),
+    ("admin", "StorageAdmin", "False", False, "success", started("StorageAdmin")),
+    ("admin", "StorageAdmin", "True", True, "invalid_command", []),
     ("alice", None, "False", False, "success", []),
     ("alice", "", "False", False, "success", []),
     ("alice", "Nothing", "False", False, "vexa_not_found", []),
@@ -31,8 +30,6 @@ DECISIONS = [
     ("alice", "Lost", None, False, "vexa_not_found", []),
     ("alice", "StorageAdmin", None, False, "no_permission", []),
     ("alice", "StorageAdmin", "True", True, "no_permission", []),
-    ("admin", "StorageAdmin", "False", False, "success", started("StorageAdmin")),
-    ("admin", "StorageAdmin", "True", True, "invalid_command", []),
     ("alice", "OldGame", None, False, "success", started("OldGame")),
     ("alice", "Player", None, False, "success", started("Player")),
     ("alice", "Player", "True", False, "success", started("Player")),
@@ -49,6 +46,8 @@ DECISIONS = [
     ("alice", "Photos", None, False, "success", started("Photos")),
     ("alice", "Photos", "False", True, "success", STOPS + started("Photos")),
     ("alice", "TvTuner", "False", False, "success", []),  # started by its vexaName, which differs
+    (None, "Player", None, False, "login_required", []),
+    (None, None, None, False, "login_required", []),
 ]
 
 
@@ -57,8 +56,9 @@ def test_decisions(nas, desktop, daemon):
     session = "admin"
     for user, name, workspace, running, answer, run_then in DECISIONS:
         if user != session:
-            desktop.stop() if session else None  # pylint: disable=expression-not-assigned
-            desktop.start(user) if user else None  # pylint: disable=expression-not-assigned
+            desktop.stop()
+            if user:
+                desktop.start(user)
             session = user
         Path(nas.settings).write_text(f"[TaskBar]\nEnable = {workspace}\n" if workspace else "")
         calls.write_text("")
@@ -70,38 +70,37 @@ def test_decisions(nas, desktop, daemon):
     assert not daemon.zombies()
 
 
-@pytest.mark.parametrize("tool, stops", [
-    ("printf False\n", True), ("printf 'False\\n\\n'\n", False), ("echo Falsehood\n", False),
-    ("echo false\n", False), ("exit 0\n", False), (None, False)])
-def test_workspace_as_the_tool_tells(nas, desktop, daemon, tool, stops):  # pylint: disable=unused-argument
+@pytest.mark.usefixtures("desktop")
+def test_workspace_as_the_tool_tells(nas, daemon):
     calls = nas.record("/opt/vexa/screen-program", "/opt/vexa/screen-stop")
-    nas.replace("/sbin/rdconf", tool)
-    assert text(payload("Launch", "Photos"), "errRtn") == "success"
-    settle(daemon)
-    assert calls.read_text().splitlines() == (STOPS if stops else []) + started("Photos")
+    for tool, stops in [("printf False\n", STOPS), ("printf 'False\\n\\n'\n", []),
+                        ("echo Falsehood\n", []), ("exit 0\n", []), (None, [])]:
+        calls.write_text("")
+        nas.replace("/sbin/rdconf", tool)
+        assert text(payload("Launch", "Photos"), "errRtn") == "success"
+        settle(daemon)
+        assert calls.read_text().splitlines() == stops + started("Photos"), tool
 
 
 @pytest.mark.parametrize("kept", [False, True])
-def test_started_program(nas, desktop, start_daemon, kept):  # pylint: disable=unused-argument
+@pytest.mark.usefixtures("desktop")
+def test_started_program(nas, start_daemon, kept):
     """With `kept`, the agent has been started with SIGPIPE ignored, which is passed on."""
     daemon = start_daemon(restore_signals=not kept, env={**os.environ, "A": "0", "B": "kept"})
     nas.replace("/opt/vexa/screen-program", "exec sleep 600\n")
     nas.replace("/opt/bin/zelvshmenv", "echo '<E><A>MQ==</A><A>Mg==</A><C/><D>!</D></E>'\n")
     assert text(payload("Launch", "Player"), "errRtn") == "success"
-    pid, parent = wait_until(lambda: next(
-        ((pid, parent) for pid, parent, _, line in processes() if line == "sleep 600"), None))
-    try:
+    with sleeper() as (pid, parent):
         assert parent not in (daemon.pid, os.getpid())
         assert os.getsid(pid) == os.getpgid(pid) != os.getsid(daemon.pid)
         assert os.readlink(f"/proc/{pid}/cwd") == "/"
         environment = Path(f"/proc/{pid}/environ").read_bytes().split(b"\0")
         assert {b"A=Mg==", b"B=kept", b"C=", b"D=!"} <= set(environment)
         assert WRAP or sorted(os.listdir(f"/proc/{pid}/fd")) == ["0", "1", "2"]
-        masks = dict(line.split(":\t") for line in Path(f"/proc/{pid}/status").read_text().splitlines())
+        status = Path(f"/proc/{pid}/status").read_text(encoding="utf-8")
+        masks = dict(line.split(":\t") for line in status.splitlines())
         assert int(masks["SigBlk"], 16) == 0
         assert int(masks["SigIgn"], 16) & 0xFFFF == kept << signal.SIGPIPE - 1
-    finally:
-        os.kill(pid, signal.SIGKILL)
 
 
 def test_stop_all(nas, start_daemon):

@@ -1,9 +1,9 @@
 """Logging in: who gets in, what is left for the desktop's tools, and what every failure leaves."""
-import base64
 import os
 import resource
 import signal
 import subprocess
+from base64 import b64encode as plain
 from pathlib import Path
 
 import pytest
@@ -14,26 +14,22 @@ from conftest import remove, run
 KEY = "4b1e90c27a5d03f8e6219b74c05a3d8f17e2694ab803cf5d916e27a0b4c85f13"
 HAND_OVER = Path("/usr/share/.kallo/.kallopw.log")
 SCRATCH = Path("/tmp/.en.pn.lo")
-ANSWER = (b'<ZelvDocRoot version="1.2">\n\t<torvik_ver>\n\t\t2.4.1\n\t</torvik_ver>\n'
-          b'\t<errRtn>\n\t\t%s\n\t</errRtn>\n</ZelvDocRoot>\n')
-SUCCESS, FAIL, SILENCE = ANSWER % b"login_success", ANSWER % b"login_fail", b""
-READ_FAILED = "[File:kalloagent][Line:{}][Func:void CKalloAgent::{}(const unsigned char*, " \
-              "const unsigned char*, resultContent_t&)]: {}() ... fail\n"
-
-
-def plain(value):
-    return base64.b64encode(value)
+SUCCESS, FAIL, SILENCE = "login_success", "login_fail", None
+READ_FAILED = {command: f"[Func:void CKalloAgent::{function}(const unsigned char*, const unsigned "
+                        "char*, resultContent_t&)]: fread() ... fail\n"
+               for command, function in (("Login", "login"), ("Login2", "loginWithoutAES"))}
 
 
 def enciphered(value, filler=b"\xff"):
     """What an app sends for a value: a block filled up to 64 bytes, enciphered, base64."""
     done = subprocess.run(["openssl", "enc", "-aes-256-ecb", "-nopad", "-K", KEY], check=True,
                           input=value.ljust(64, filler), capture_output=True)
-    return base64.b64encode(done.stdout)
+    return plain(done.stdout)
 
 
 FORMS = {"Login": enciphered, "Login2": plain}
-BOTH = pytest.mark.parametrize("command", FORMS)
+USERS = [(b"admin", b"admin-secret"), (b"alice", b"wonderland"), (b"bob", b"builder"),
+         (b"carol", b"carol123"), (b"guest2", b"visitor2")]
 
 
 @pytest.fixture(name="calls")
@@ -41,23 +37,29 @@ def recorded_calls(nas):
     return nas.record("/sbin/wrconf")
 
 
-def log_in(command, user=None, password=None):
-    return ask(request(command, *(value for value in (user, password) if value is not None)))[1]
+def log_in(command, *values):
+    return text(payload(command, *values), "errRtn")
 
 
 def assert_nothing_left(calls):
     assert not HAND_OVER.exists() and not SCRATCH.exists() and calls.read_text() == ""
 
 
-@BOTH
-def test_right_passwords(calls, daemon, command):
-    for user, password in [(b"admin", b"admin-secret"), (b"alice", b"wonderland"),
-                           (b"bob", b"builder"), (b"carol", b"carol123"), (b"guest2", b"visitor2")]:
-        user, password = FORMS[command](user), FORMS[command](password)
+def test_who_gets_in(calls, daemon):
+    secret = plain(b"admin-secret")
+    odd = [("Login", enciphered(b"admin", b"\0"), enciphered(b"admin-secret\xff\xff rest")),
+           ("Login2", plain(b"admin\0rest"), plain(b"admin-secret\0\xff")),
+           ("Login2", b"YWRt''aW4=", secret),  # an empty pair of quotes is no text
+           ("Login2", rb"YWR\taW4=", secret), ("Login2", b"YWRt\naW4=", secret),
+           ("Login2", b"YWRtaW4=?", secret + b"*"),  # decoded as far as it goes
+           ("Login2", plain(b"admin" + bytes(90)), secret)]
+    usual = [(command, *map(FORMS[command], values)) for command in FORMS for values in USERS]
+    for command, user, password in usual + odd:
         calls.write_bytes(b"")
-        assert log_in(command, user, password) == SUCCESS, daemon.log()
+        assert log_in(command, user, password) == SUCCESS, (user, daemon.log())
         # The file of the log-in before was a longer one.
-        assert HAND_OVER.read_bytes() == password and not SCRATCH.exists()
+        assert HAND_OVER.read_bytes() == password and HAND_OVER.stat().st_mode & 0o777 == 0o600
+        assert not SCRATCH.exists()
         recorded = f"[{user.decode()}]" if command == "Login" else ""
         assert calls.read_text() == f"[/sbin/wrconf][ZelvRemote][Login]{recorded}[-f]" \
                                     "[/root/.config/ZELV/KALLO.conf]\n"
@@ -65,71 +67,50 @@ def test_right_passwords(calls, daemon, command):
             file.write(b"more" * 30)
 
 
-def test_odd_values_that_are_right(calls, daemon):
-    secret = plain(b"admin-secret")
-    for row, (command, user, password) in enumerate([
-            ("Login", enciphered(b"admin", b"\0"), enciphered(b"admin-secret\xff\xff rest")),
-            ("Login2", plain(b"admin\0rest"), plain(b"admin-secret\0\xff")),
-            ("Login2", b"YWRt''aW4=", secret),  # an empty pair of quotes is no text
-            ("Login2", rb"YWR\taW4=", secret), ("Login2", b"YWRt\naW4=", secret),
-            ("Login2", b"YWRtaW4=?", secret + b"*"),  # decoded as far as it goes
-            ("Login2", plain(b"admin" + bytes(90)), secret)]):
-        HAND_OVER.unlink(missing_ok=True)
-        assert log_in(command, user, password) == SUCCESS, (row, daemon.log())
-        assert HAND_OVER.read_bytes() == password and HAND_OVER.stat().st_mode & 0o777 == 0o600
-        assert calls.read_text().count("\n") == row + 1
-
-
-@BOTH
-def test_refusals(calls, daemon, command):
-    for user, password in [
-            (b"admin", b"Admin-secret"), (b"admin", b"admin-secret "), (b"admin", b"\xffadmin-secret"),
-            (b"nobody-here", b"x"), (b"dave", b"locked"), (b"", b"x"), (b"a" * 64, b"b" * 64),
-            (b"admin", None), (None, None)]:
-        values = [value if value is None else FORMS[command](value) for value in (user, password)]
-        assert log_in(command, *values) == FAIL, (user, daemon.log())
-    for values in (b"<param/>", b"<param></param>" + b"<param>x</param>", b"<Param>YQ==</Param>"):
-        assert ask(request(command).replace(b"</cmd>", b"</cmd>" + values))[1] == FAIL, values
+def test_refusals(desktop, calls, daemon):
+    for command in FORMS:
+        assert log_in(command, *map(FORMS[command], USERS[0])) == FAIL  # beside a session
+    desktop.stop()
+    for command in FORMS:
+        for values in [
+                (b"admin", b"admin-secret "), (b"admin", b"\xffadmin-secret"), (b"nobody-here", b"x"),
+                (b"dave", b"locked"), (b"", b"x"), (b"a" * 64, b"b" * 64), (b"admin",), ()]:
+            assert log_in(command, *map(FORMS[command], values)) == FAIL, (values, daemon.log())
+        for values in [(b"",), (b"", b"x")]:
+            assert log_in(command, *values) == FAIL, values
     assert_nothing_left(calls)
 
 
-@BOTH
-def test_no_log_in_beside_a_desktop(desktop, calls, daemon, command):  # pylint: disable=unused-argument
-    assert log_in(command, *map(FORMS[command], (b"admin", b"admin-secret"))) == FAIL
-    assert_nothing_left(calls)
+def test_decoder_without_output(nas, daemon):
+    for command, user, password, line, broken in [
+            ("Login", b"!!!!", None, 645, None), ("Login", None, b"!!!!", 661, None),
+            ("Login2", b"!!!!", None, 730, None), ("Login2", None, b"!!!!", 740, None),
+            ("Login2", b"YWRt' | 'aW4=", None, 730, None),  # the second stage has no such name
+            ("Login", None, None, 645, ("/bin/echo", None)),
+            ("Login2", None, None, 730, ("/usr/bin/base64", None)),
+            ("Login2", None, None, 769,
+             ("/usr/bin/base64", '[ "$1" = -d ] && openssl enc -d -base64 -A\n'))]:
+        nas.restore()
+        calls = nas.record("/sbin/wrconf")
+        if broken:
+            nas.replace(*broken)
+        before, (name, secret) = len(daemon.log()), map(FORMS[command], USERS[0])
+        assert ask(request(command, user or name, password or secret)) == (b"", b"")
+        assert f"[Line:{line}]{READ_FAILED[command]}" in daemon.log()[before:]
+        SCRATCH.unlink(missing_ok=line != 769)
+        assert_nothing_left(calls)
 
 
-@pytest.mark.parametrize("command, user, password, line, broken", [
-    ("Login", b"!!!!", None, 645, None), ("Login", None, b"!!!!", 661, None),
-    ("Login2", b"!!!!", None, 730, None), ("Login2", None, b"!!!!", 740, None),
-    ("Login2", b"YWRt' | 'aW4=", None, 730, None),           # the second stage has no such name
-    ("Login", None, None, 645, ("/bin/echo", None)),
-    ("Login2", None, None, 730, ("/usr/bin/base64", None)),
-    ("Login2", None, None, 730, ("/usr/bin/base64", "exit 0\n")),
-    ("Login2", None, None, 769, ("/usr/bin/base64", '[ "$1" = -d ] && openssl enc -d -base64 -A\n'))])
-def test_decoder_without_output(nas, calls, daemon, command, user, password, line, broken):
-    if broken:
-        nas.replace(*broken)
-    form = FORMS[command]
-    values = user or form(b"admin"), password or form(b"admin-secret")
-    assert ask(request(command, *values)) == (SILENCE, SILENCE)
-    function = "login" if command == "Login" else "loginWithoutAES"
-    assert READ_FAILED.format(line, function, "fread") in daemon.log()
-    SCRATCH.unlink(missing_ok=line != 769)
-    assert_nothing_left(calls)
-
-
-@BOTH
+@pytest.mark.parametrize("command", FORMS)
 def test_no_descriptors_for_the_decoder(calls, daemon, command):
     """Whatever step the descriptors run out in, nobody is let in by half and none is lost."""
-    values = list(map(FORMS[command], (b"admin", b"admin-secret")))
     assert log_in(command) == FAIL  # it serves, and has made all that it keeps
     before, used = daemon.fds(), max(map(int, os.listdir(f"/proc/{daemon.pid}/fd"))) + 1
     limits = resource.prlimit(daemon.pid, resource.RLIMIT_NOFILE)
     for spare, answer in ((2, FAIL), (3, SILENCE), (4, SILENCE), (20, SUCCESS)):
         assert_nothing_left(calls)
         resource.prlimit(daemon.pid, resource.RLIMIT_NOFILE, (used + spare, limits[1]))
-        assert log_in(command, *values) == answer, (spare, daemon.log())
+        assert log_in(command, *map(FORMS[command], USERS[0])) == answer, (spare, daemon.log())
         assert daemon.fds() == before
 
 
@@ -137,7 +118,7 @@ def test_no_descriptors_for_the_decoder(calls, daemon, command):
     ("Login", 47, b"", 0, SUCCESS), ("Login", 48, b"", 0, FAIL),  # the last block came as noise
     ("Login2", 48, b"", 0, SUCCESS), ("Login2", 48, b"=", -signal.SIGABRT, SILENCE),
     ("Login2", 63, b"", -signal.SIGABRT, SILENCE)])
-def test_long_passwords(calls, daemon, command, length, extra, status, answer):  # pylint: disable=too-many-arguments
+def test_long_passwords(calls, daemon, command, length, extra, status, answer):
     """A text of 64 characters fits into Login2's block; a longer right one stops the process."""
     line = "erin:" + run("openssl", "passwd", "-6", "p" * length).stdout.strip() + ":1::::::\n"
     for name in ("/etc/config/shadow", "/etc/shadow"):
@@ -153,24 +134,24 @@ def test_long_passwords(calls, daemon, command, length, extra, status, answer): 
         assert_nothing_left(calls)
 
 
-@BOTH
-def test_files_in_the_way(calls, daemon, command):
-    for row, (make, answers) in enumerate([
-            (lambda: HAND_OVER.mkdir(parents=True), (FAIL, FAIL)),
-            (lambda: HAND_OVER.parent.write_bytes(b""), (FAIL, FAIL)),
-            (lambda: (HAND_OVER.parent.mkdir(), HAND_OVER.symlink_to("/dev/full")), (FAIL, FAIL)),
-            (lambda: (SCRATCH / "full").mkdir(parents=True), (SUCCESS, FAIL)),
-            (lambda: SCRATCH.symlink_to("/tmp/calls"), (SUCCESS, SUCCESS))]):
-        make()
-        answer = answers[list(FORMS).index(command)]
-        assert log_in(command, *map(FORMS[command], (b"admin", b"admin-secret"))) == answer, row
-        assert calls.read_text().count("[Login]") == (answer == SUCCESS), daemon.log()
-        calls.write_text("")
-        remove(SCRATCH)
-        remove(HAND_OVER.parent)
+def test_files_in_the_way(calls, daemon):
+    for make, *answers in [
+            (lambda: HAND_OVER.mkdir(parents=True), FAIL, FAIL),
+            (lambda: HAND_OVER.parent.write_bytes(b""), FAIL, FAIL),
+            (lambda: (HAND_OVER.parent.mkdir(), HAND_OVER.symlink_to("/dev/full")), FAIL, FAIL),
+            (lambda: (SCRATCH / "full").mkdir(parents=True), SUCCESS, FAIL),
+            (lambda: SCRATCH.symlink_to("/tmp/calls"), SUCCESS, SUCCESS)]:
+        for command, answer in zip(FORMS, answers):
+            make()
+            assert log_in(command, *map(FORMS[command], USERS[0])) == answer, daemon.log()
+            assert calls.read_text().count("[Login]") == (answer == SUCCESS), daemon.log()
+            calls.write_text("")
+            remove(SCRATCH)
+            remove(HAND_OVER.parent)
 
 
-def test_road_of_a_password(daemon):  # pylint: disable=unused-argument
+@pytest.mark.usefixtures("daemon")
+def test_road_of_a_password():
     user = enciphered(b"carol")
     assert log_in("Login", user, enciphered(b"carol123")) == SUCCESS
     assert text(payload("GetPassword", address=CHANNEL), "passwd") == "Y2Fyb2wxMjM="
