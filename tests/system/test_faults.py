@@ -102,8 +102,8 @@ def disk(nas, request):  # pylint: disable=redefined-outer-name
             (place / "filler").unlink(missing_ok=True)
 
     yield become
-    run("umount", "--recursive", "--lazy", place)
-    run("umount", "--recursive", "--lazy", behind)
+    run("umount", "--lazy", place)  # and all that stands on it
+    run("umount", "--lazy", behind)
 
 
 # Directory, what a log-in comes to while it is full, and while it is read-only.
