@@ -155,6 +155,9 @@ def test_road_of_a_password():
     user = enciphered(b"carol")
     assert log_in("Login", user, enciphered(b"carol123")) == SUCCESS
     assert text(payload("GetPassword", address=CHANNEL), "passwd") == "Y2Fyb2wxMjM="
+    assert run("kalloctl", "password").stdout == "carol123\n"
+    raw = run("kalloctl", "raw", "--local", request("GetPassword").decode())
+    assert text(raw.stdout, "passwd") == "Y2Fyb2wxMjM="
     recorded = Path("/root/.config/ZELV/KALLO.conf")
     assert recorded.read_bytes() == b"[ZelvRemote]\nLogin = %s\n" % user
     assert log_in("Login2", plain(b"bob"), plain(b"builder")) == SUCCESS
