@@ -109,10 +109,8 @@ def test_no_start_without_inotify():
                         r"m_dirMonitor\.Init\(\)\n", failed.stderr)
 
 
-@pytest.mark.parametrize("loss", ["nothing", "report file", "reader of stdout", "stdout"])
+@pytest.mark.parametrize("loss", ["nothing", "reader of stdout", "stdout"])
 def test_crash_report(start_daemon, loss):
-    if loss == "report file":
-        CORE.mkdir()
     reader, writer = os.pipe()
     os.close(reader)
     options = {"reader of stdout": {"stdout": writer},
@@ -127,11 +125,10 @@ def test_crash_report(start_daemon, loss):
                      rf"siginfo_t\*, void\*\)\]: sig:11  pid:{os.getpid()}\n\x1b\[m$", agent.log())
     header = re.escape(f"[sig:11  sig->pid:{os.getpid()}] self:{agent.pid}\n")
     frames = r"(\[sig:11\]\(\d+\): .+\n){3,}"
-    if loss in ("nothing", "report file"):
+    if loss == "nothing":
         assert re.search(header + "\n" + frames + "$", agent.out.read_text(encoding="utf-8"))
-    if loss != "report file":
-        assert re.fullmatch(header + frames, CORE.read_text(encoding="utf-8"))
-        assert CORE.stat().st_mode & 0o777 == 0o600
+    assert re.fullmatch(header + frames, CORE.read_text(encoding="utf-8"))
+    assert CORE.stat().st_mode & 0o777 == 0o600
 
 
 def test_signals_that_end_nothing(daemon):
