@@ -96,29 +96,12 @@ TEST_F(Sockets, FailuresAreResults) {
     EXPECT_EQ(create(Kind::unixPath)->Connect(path("nobody"), 0), -1);
 }
 
-TEST_F(Sockets, UnixPathsAreCutAndReplaceWhatStandsThere) {
-    const std::string longPath = path(std::string(106, 'p'));
-    const SocketPtr stale = create(Kind::unixPath);
-    const SocketPtr listener = create(Kind::unixPath);
-    ASSERT_EQ(stale->Bind(longPath, 0), 0);
-    EXPECT_TRUE(std::filesystem::is_socket(longPath.substr(0, 106)));
-    ASSERT_EQ(listener->Bind(longPath, 0), 0);
-    ASSERT_EQ(listener->Listen(1), 0);
-    EXPECT_EQ(create(Kind::unixPath)->Connect(longPath + "longer", 0), 0);
-}
-
 TEST(SocketDeathTest, MisuseStopsTheProcess) {
     const std::pair<const char*, void (*)(Socket & tcp, Socket & local)> rows[] = {
         {"m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Bind(0); }},
-        {"m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Connect("", 0); }},
-        {"m_socket != -1'", [](Socket& tcp, Socket&) { tcp.Close(), tcp.Write(""); }},
         {"Assertion .buf'", [](Socket& tcp, Socket&) { tcp.Read(nullptr, 0); }},
-        {"Assertion .buf'", [](Socket& tcp, Socket&) { tcp.Write(nullptr, 0); }},
         {"Assertion .buf'", [](Socket&, Socket& local) { local.Write(nullptr, 0); }},
         {"address.size.. > 0'", [](Socket&, Socket& local) { local.Bind("", 0); }},
-        {"^.Socket.h..virtual int corex::Socket::Bind.int...[0-9]+. Not implement yet\n",
-         [](Socket&, Socket& local) { local.Bind(1); }},
-        {"Assertion .false'", [](Socket& tcp, Socket&) { tcp.SendTo("a", "b", 0, 0); }},
     };
     const SocketPtr tcp = create(Kind::tcp);
     const SocketPtr local = create(Kind::unixPath);
