@@ -17,9 +17,7 @@ TEST(SafeText, ReplacesWhatCouldSteerATerminal) {
         {"\xC2\x9B;31m", bad + ";31m"},                  // CSI as one C1 control
         {"\xE2\x80\xAE;\xE2\x80\xA8", bad + ";" + bad},  // right-to-left override, line separator
         {"\xC0\x8A", bad + bad},                         // line feed in two bytes
-        {"\xED\xA0\x80", bad + bad + bad},               // a surrogate
         {"\xF4\x90\x80\x80", bad + bad + bad + bad},     // above U+10FFFF
-        {"cut \xE6\x97", "cut " + bad + bad},
     };
     for (const auto& [text, safe] : rows) {
         EXPECT_EQ(safeText(text), safe);

@@ -66,15 +66,6 @@ TEST(Terminal, NeverShowsThePassword) {
     EXPECT_NE(agent.request.find("Z2VoZWlt"), std::string::npos) << agent.request;
 }
 
-TEST(Terminal, IsRestoredWhenThePromptIsInterrupted) {
-    FakeAgent agent(script_t{});
-    Session session(agent, "login anna");
-    ASSERT_TRUE(session.awaits("Password: "));
-    dprintf(session.terminal, "\003");
-    EXPECT_EQ(session.end(), -SIGINT);
-    EXPECT_TRUE(session.echoes());
-}
-
 script_t answeringWindow(const std::string& refreshed, const std::string& id) {
     return answeringFields("<errRtn>success</errRtn><isRefreshed>" + refreshed +
                            "</isRefreshed><item><winid>" + id + "</winid><pid>7</pid></item>");
@@ -91,18 +82,6 @@ TEST(Terminal, WatchTellsEachChange) {
         const size_t place = session.shown.find("\"event\":\"" + std::string(event), last + 1);
         EXPECT_NE(place, std::string::npos) << event << session.shown;
         last = place;
-    }
-}
-
-TEST(Terminal, WatchEndsWellWhenInterruptedInTheMiddleOfAPoll) {
-    for (const int number : {SIGINT, SIGTERM}) {
-        FakeAgent agent(script_t{{announce(1)}, "", end_t::never});
-        Session session(agent, "watch");
-        while (!agent.isGivenTheGoAhead) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        kill(session.process, number);
-        EXPECT_EQ(session.end(), 0);
     }
 }
 
