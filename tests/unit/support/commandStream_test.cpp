@@ -1,4 +1,4 @@
-// Streams on commands: directions, failures, closing, and many threads at once.
+// Streams on commands: directions, closing, and many threads at once.
 #include <sys/stat.h>
 
 #include <atomic>
@@ -30,21 +30,6 @@ TEST_F(CommandStream, WritesToTheCommand) {
     fputs("through", stream);
     EXPECT_EQ(exec_pclose(stream), 256);
     EXPECT_EQ(contentOf(path("fifo")), "through");
-}
-
-TEST_F(CommandStream, AppendsErrorsAndLogsWhyThereIsNone) {
-    const std::string err = write("err", "before\n");
-    const std::string log = path("log");
-    const auto open = [&](const char* mode) {
-        return exec_popen_logged(mode, err.c_str(), log.c_str(), "ls", "-d", "/", "/none", nullptr);
-    };
-    EXPECT_EQ(drain(open("r")), "/\n");
-    EXPECT_EQ(contentOf(err).rfind("before\nls: ", 0), 0U) << contentOf(err);
-    EXPECT_EQ(logged(), "");
-    for (const char* mode : {"rw", "", "a", "rr", "wb"}) {
-        EXPECT_EQ(open(mode), nullptr) << mode;
-        EXPECT_EQ(logged(), "[ERROR] create pipe fail: ls\n") << mode;
-    }
 }
 
 size_t openDescriptors() {

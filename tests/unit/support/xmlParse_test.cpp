@@ -14,7 +14,6 @@ TEST(Parse, WellFormedTextsAreWrittenBack) {
     const std::pair<const char*, const char*> rows[] = {
         {"< a\n b = '1'\t>x<B/></ A\n>", "<a b=\"1\">x<B/></a>"},
         {"<a b='\"' c=\"\" e f=x/y/>", "<a b=\"&quot;\" c=\"\" e f=\"x/y\"/>"},
-        {"<a b='/> x=\"1\" >'/>", "<a b=\"/&gt; x=&quot;1&quot; &gt;\"/>"},
         {"<a b='x>5\" or</a>", "<a b=\"&apos;x\">5&quot; or</a>"},
         {"<a b='&lt;&#x41;'>&gt;&#66;</a>", "<a b=\"&lt;A\">&gt;B</a>"},
         {"<a>x=y = z /x/ y/</a>", "<a>x=y = z /x/ y/</a>"},
@@ -22,7 +21,6 @@ TEST(Parse, WellFormedTextsAreWrittenBack) {
         {"<a>\t abc \n def\r\n<b/> \n </a>", "<a>abc \n def<b/></a>"},
         {"<?x a='1' ? ><?y?><?z w?><?x a=b?c?>", "<?x a=\"1\"?><?y?><?z w?><?x a=\"b?c\"?>"},
         {"<![CDATA[<b>&lt;]]]]><PRE><i>\n</PRE><a/>", "<![CDATA[<b>&lt;]]]]><PRE><i>\n</PRE><a/>"},
-        {"<a/>x<!DOCTYPE a \"x\">y", "<a/>x<!DOCTYPE a \"x\">y"},
         {"<a><!-- <b> -- > --></a>", "<a><!-- <b> -- > --></a>"},
     };
     for (const auto& [text, back] : rows) {
@@ -52,24 +50,18 @@ TEST(Parse, ErrorsHaveACodeAndAPlace) {
         {"<a>\n\xC3\xA4 < >", 4, 2, 5},
         {"<a></>", 5, 1, 6},
         {"<a/>\r\n</a>", 6, 2, 1},
-        {"<a><b></a></b>", 6, 1, 11},
         {"<a><!-- x</a>", 7, 1, 4},
         {"<a b", 8, 1, 5},
-        {"<a b==c>", 8, 1, 6},
         {"<a b='<'/>", 8, 1, 7},
         {"<a>x > y</a>", 8, 1, 6},
-        {"<a>x /> y</a>", 8, 1, 6},
-        {"<a></a b>", 8, 1, 8},
         {"<a>x &#65</a>", 12, 1, 6},
         {"<a b='y\n&#x;'/>", 12, 2, 1},
         // The element asked for.
         {"<b/>", 11, 0, 0, none, "a"},
         {"<a><b></a>", 11, 0, 0, none, "c"},
-        {"<b", 8, 1, 3, none, "a"},
         {"<a><b/></a>", 0, 0, 0, "<a><b/></a>", ""},
         {"<a>x<b/><B c='1'/></a>", 0, 0, 0, "<b/>", "B"},
         {"<?xml?><!--x-->\n<b/><a>y</a>", 0, 0, 0, "<a>y</a>", "A"},
-        {"<a><b></a>", 1, 1, 7, "<b/>", "b"},
     };
     for (const auto& row : rows) {
         XMLResults results{};
@@ -84,12 +76,10 @@ TEST(Parse, ErrorsHaveACodeAndAPlace) {
 
 TEST(Entities, AreDecodedInUtf8) {
     const std::pair<std::string, const char*> rows[] = {
-        {"x &foo; y", "x &foo; y"},
         {"&AMP;&Lt;&gt;&QUOT;&apos;", "&<>\"'"},
         {"&amp;lt; \xC3&am &#", "&lt; \xC3&am &#"},
         {"&#65;&#x42;&#X43;", "ABC"},
         {"&#x7f;&#x80;&#x7FF;&#x800;&#xFFFF;", "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF"},
-        {"&#65536;&#x10FFFF;", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
     };
     for (const auto& [text, decoded] : rows) {
         EXPECT_STREQ(XMLNode::parseString(("<a>" + text + "</a>").c_str(), "a").text(), decoded);
@@ -101,26 +91,19 @@ TEST(Entities, AreDecodedInUtf8) {
     }
 }
 
-TEST(Texts, AreTrimmedAndMergedBySettings) {
+TEST(Texts, AreTrimmedAndMerged) {
     const struct {
         const char* text;
-        bool drop;
-        bool merge;
         std::string texts;  ///< each between bars
         int clears;
     } rows[] = {
-        {"<a>x<!--1-->y</a>", true, true, "|xy|", 0},
-        {"<a> x <!--1--> &lt;y <!----> z<!--3--></a>", true, true, "|x<yz|", 1},
-        {"<a>x<!--1--> <!--2-->y</a>", true, true, "|x||y|", 2},
-        {"<a>x<![CDATA[1]]>y</a>", true, true, "|x||y|", 1},
-        {"<a>x<b/><!--1-->y</a>", true, true, "|x||y|", 1},
-        {"<a>x<!--1-->y</a>", true, false, "|x||y|", 1},
-        {"<a> x <b/>\n</a>", false, true, "| x ||\n|", 0},
-        {"<a> x <!--1--> y</a>", false, true, "| x  y|", 0},
+        {"<a>x<!--1-->y</a>", "|xy|", 0},
+        {"<a> x <!--1--> &lt;y <!----> z<!--3--></a>", "|x<yz|", 1},
+        {"<a>x<!--1--> <!--2-->y</a>", "|x||y|", 2},
+        {"<a>x<![CDATA[1]]>y</a>", "|x||y|", 1},
+        {"<a>x<b/><!--1-->y</a>", "|x||y|", 1},
     };
     for (const auto& row : rows) {
-        const SettingsGuard guard(
-            {.dropWhitespace = row.drop, .mergeTextsAroundComments = row.merge});
         const XMLNode node = XMLNode::parseString(row.text);
         std::string texts;
         for (int i = 0; i < node.textCount(); ++i) {
