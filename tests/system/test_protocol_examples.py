@@ -7,7 +7,7 @@ from pathlib import Path
 
 import pytest
 
-from box import CHANNEL, TCP, connect, receive
+from box import CHANNEL, TCP, ask
 
 PAGE = (Path(__file__).resolve().parents[2] / "docs" / "protocol.md").read_text(encoding="utf-8")
 # A comment names the state of the NAS; the blocks after it are the conversation. A missing
@@ -26,16 +26,6 @@ def state(example):
     return dict(word.split("=") for word in example["state"].split())
 
 
-def converse(request, address):
-    with connect(address) as client:
-        client.sendall(request.encode())
-        announcement = receive(client, lambda data: data.endswith(b"</ZelvDocRoot>\n"))
-        if not announcement or b"\t\t0\n" in announcement:
-            return announcement, b""
-        client.sendall(b"OK")
-        return announcement, receive(client)
-
-
 def test_every_example_is_checked():
     assert PAGE.count("<!-- check: ") == len(EXAMPLES) + len(("shell", "python"))
 
@@ -47,10 +37,10 @@ def test_conversation(example, no_desktop):
     at = state(example)
     for earlier in EXAMPLES:
         if "after" in at and state(earlier).get("name") == at["after"]:
-            converse(earlier["request"], TCP)
+            ask(earlier["request"].encode())
     if at["desktop"] != "none":
         no_desktop.start(at["desktop"])
-    announcement, answer = converse(example["request"], CHANNEL if "channel" in at else TCP)
+    announcement, answer = ask(example["request"].encode(), CHANNEL if "channel" in at else TCP)
     expected = Path(at["file"]).read_bytes() if "file" in at else (example["answer"] or "").encode()
     assert (announcement.decode(), answer) == (example["announcement"] or "", expected)
 
