@@ -86,18 +86,15 @@ class Desktop:
         subprocess.run(["torvik-desktop", "stop"], check=True)
 
 
-def listening():
-    """Whether anybody listens on the agent's port."""
-    with open("/proc/net/tcp", encoding="ascii") as sockets:
-        return any(line.split()[1].endswith(":2654") and line.split()[3] == "0A"
-                   for line in sockets)
+def agents():
+    """The agent and the children that it has just forked."""
+    return [pid for pid, *_, line in processes() if line.endswith("/usr/sbin/kalloagent")]
 
 
 def kill_agents():
-    for pid, *_, line in processes():
-        if line.endswith("/usr/sbin/kalloagent"):
-            with contextlib.suppress(ProcessLookupError):
-                os.kill(pid, signal.SIGKILL)
+    for pid in agents():
+        with contextlib.suppress(ProcessLookupError):
+            os.kill(pid, signal.SIGKILL)
 
 
 class Daemon:
@@ -142,7 +139,7 @@ class Daemon:
         if built_with("asan"):
             # A child that was forked while the leak check held the allocator waits for it for ever.
             kill_agents()
-        wait_until(lambda: not listening(), what="the end of its children that were just forked")
+        wait_until(lambda: not agents(), what="the end of its children that were just forked")
 
 
 @pytest.fixture(autouse=True)
