@@ -71,9 +71,12 @@ def test_refusals(desktop, calls, daemon):
     for command in FORMS:
         assert log_in(command, *map(FORMS[command], USERS[0])) == FAIL  # beside a session
     desktop.stop()
+    with open("/etc/config/shadow", "a", encoding="ascii") as shadow:
+        shadow.write("ghost:x:1::::::\n")  # whom the system does not know
     for command in FORMS:
         for values in [
                 (b"admin", b"admin-secret "), (b"admin", b"\xffadmin-secret"), (b"nobody-here", b"x"),
+                (b"ghost", b"x"),
                 (b"dave", b"locked"), (b"", b"x"), (b"a" * 64, b"b" * 64), (b"admin",), ()]:
             assert log_in(command, *map(FORMS[command], values)) == FAIL, (values, daemon.log())
         for values in [(b"",), (b"", b"x")]:
