@@ -85,13 +85,7 @@ Inotify::Inotify() = default;
 
 Inotify::~Inotify() {
     m_stopRequest = true;
-    {
-        // The end of a watch is an event, too: it wakes a thread that sits in the blocking read.
-        const std::lock_guard lock(m_tableMutex);
-        for (const auto& watch : m_watches) {
-            inotify_rm_watch(m_inotifyFd, watch.first);
-        }
-    }
+    wakeReader_();
     // Polled, because a thread that woke this one would touch the object after the last step that
     // it may take in it.
     while (m_running > 0) {
@@ -99,6 +93,20 @@ Inotify::~Inotify() {
     }
     closeIfOpen(m_inotifyFd);
     closeIfOpen(m_epollFd);
+}
+
+/// Ends the watches, since the end of a watch is an event, too: it gets the thread out of its
+/// blocking read.
+void Inotify::wakeReader_() {
+    const std::lock_guard lock(m_tableMutex);
+    bool isWoken = false;
+    for (const auto& watch : m_watches) {
+        isWoken = inotify_rm_watch(m_inotifyFd, watch.first) == 0 || isWoken;
+    }
+    if (!isWoken) {
+        // All have ended on their own, with what they watched: one more, for its end alone.
+        inotify_rm_watch(m_inotifyFd, inotify_add_watch(m_inotifyFd, "/", IN_DELETE_SELF));
+    }
 }
 
 int Inotify::Init() {

@@ -41,8 +41,7 @@ class Inotify {
     Inotify& operator=(const Inotify&) = delete;
 
     /// Ends all watches, stops the watcher thread and waits until it has left this object, a second
-    /// at most beyond what an observer takes; a thread that sits in a blocking read with no watch
-    /// left stays there. Never to be called by an observer.
+    /// at most beyond what an observer takes. Never to be called by an observer.
     virtual ~Inotify();
 
     /// Makes the inotify and epoll descriptors, both close-on-exec. Returns 0, or -1. Once only.
@@ -69,6 +68,7 @@ class Inotify {
     void waitForEvents_();
     void readEvents_();
     void deliver_(const inotify_event* event);
+    void wakeReader_();
 
     int m_inotifyFd = -1;
     int m_epollFd = -1;
