@@ -2,6 +2,7 @@
 requests: the next client is served, and nothing piles up."""
 import os
 import re
+import select
 import socket
 import struct
 import threading
@@ -17,8 +18,13 @@ IMAGE_SIZE = 5_000_000
 UNKNOWN = request("Nope")
 
 
-def leave(client):
-    client.close()
+def stall(client):
+    """Stays until another client has queued up behind it; that one is served then."""
+    with connect() as other:
+        other.sendall(UNKNOWN)
+        assert not select.select([other], [], [], 0.05)[0]
+        client.close()
+        assert receive(other, lambda data: b"</ZelvDocRoot>" in data)
 
 
 def reset(client):
@@ -51,7 +57,7 @@ def test_client_that_breaks_off(daemon, step, left):
     PAD_ICON.write_bytes(b"\x89" * IMAGE_SIZE)
     ask(UNKNOWN)
     before = daemon.fds()
-    for how in (leave, reset, half_close) * 3:
+    for how in (stall, reset, half_close) * 3:
         with connect() as client:
             go_on(client, step)
             assert how(client) in (None, left)

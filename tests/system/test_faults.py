@@ -9,11 +9,13 @@ import signal
 import subprocess
 import threading
 import time
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 import pytest
 
-from box import CHANNEL, TCP, ask, connect, payload, receive, request, text, texts, wait_until
+from box import (CHANNEL, TCP, ask, connect, payload, receive, request, sleeper, text, texts,
+                 wait_until)
 from conftest import remove, run
 from test_clients import UNKNOWN
 
@@ -27,11 +29,13 @@ TOOLS = [("/sbin/rdconf", ("GetKALLOSetting",), "success", "yes", "success"),
          ("/usr/bin/wmctrl", ("GetStatus",), "success", None, None),
          ("/bin/ps", ("Launch", "TvTuner"), "success", "tuner-tv", "invalid_command"),
          ("/usr/bin/base64", LOG_IN, None, "x", "login_fail")]
+STUCK = "exec sleep 600\n"
+MUTE = [None, "exit 0\n", "kill -KILL $$\n", "exec >&- 2>&-\nsleep 0.1\n", STUCK]
 
 
 def tool_cases():
     for tool, asked, answer, line, to_endless in TOOLS:
-        yield from ((tool, script, asked, answer) for script in (None, "exit 0\n"))
+        yield from ((tool, script, asked, answer) for script in MUTE)
         if line:
             yield tool, f"exec yes '{line}'\n", asked, to_endless
 
@@ -46,7 +50,12 @@ def test_broken_tool(nas, desktop, daemon, tool, script, asked, answer):
         desktop.stop()
     before, descriptors = result(asked), daemon.fds()
     nas.replace(tool, script)
-    assert result(asked) == answer, daemon.log()
+    with ThreadPoolExecutor() as client:
+        found = client.submit(result, asked)
+        if script == STUCK:
+            with sleeper():  # ends it
+                assert not found.done()
+        assert found.result() == answer, daemon.log()
     nas.restore()
     assert (result(asked), daemon.fds(), daemon.zombies()) == (before, descriptors, [])
 
@@ -54,8 +63,9 @@ def test_broken_tool(nas, desktop, daemon, tool, script, asked, answer):
 @pytest.fixture
 def disk(nas, request):  # pylint: disable=redefined-outer-name
     """Puts a disk of two pages over a directory, whose own directories show through. Gives the
-    function that makes it full, or empty again."""
-    place, behind = Path(request.param), Path("/run/behind")
+    function that makes it full or read-only, and fit to write again."""
+    (place, fault), behind = request.param, Path("/run/behind")
+    place = Path(place)
     place.mkdir(parents=True, exist_ok=True)
     behind.mkdir(exist_ok=True)
     run("mount", "--rbind", place, behind)
@@ -65,40 +75,46 @@ def disk(nas, request):  # pylint: disable=redefined-outer-name
         (place / child.name).mkdir()
         assert run("mount", "--rbind", child, place / child.name).returncode == 0
 
-    def fill(full):
-        if full:
+    def spoil(broken):
+        if fault == "read-only":
+            assert run("mount", "-o", f"remount,r{'o' if broken else 'w'}", place).returncode == 0
+        elif broken:
             with pytest.raises(OSError, match="No space"), open(place / "filler", "wb", 0) as file:
                 while file.write(bytes(4096)):
                     pass
         else:
             (place / "filler").unlink()
 
-    yield fill
+    yield spoil
     run("umount", "--lazy", place)  # and all that stands on it
     run("umount", "--lazy", behind)
 
 
-# Directory, what a log-in comes to while it is full.
+# Directory and what is wrong with its disk, what a log-in comes to meanwhile.
 @pytest.mark.parametrize("disk, answer", [
-    ("/usr/share/.kallo", "login_fail"), ("/tmp", None),
-    ("/root/.config/ZELV", "login_success")], indirect=["disk"])
+    (("/usr/share/.kallo", "full"), "login_fail"),
+    (("/usr/share/.kallo", "read-only"), "login_fail"),
+    (("/tmp", "full"), None), (("/tmp", "read-only"), "login_fail"),
+    (("/root/.config/ZELV", "full"), "login_success"),
+    (("/root/.config/ZELV", "read-only"), "login_success")], indirect=["disk"])
 def test_disk(disk, start_daemon, nas, answer):
     """A log-in that succeeds has its password whole on the disk, and settings are never cut off."""
     settings, plain = Path(nas.settings), "[A]\nb = c\n"
     settings.parent.mkdir(parents=True, exist_ok=True)
     settings.write_text(plain)
     daemon = start_daemon()
-    for full, expected in ((True, answer), (False, "login_success")):
-        disk(full)
-        assert result(LOG_IN) == expected, (full, daemon.log())
+    for broken, expected in ((True, answer), (False, "login_success")):
+        disk(broken)
+        assert result(LOG_IN) == expected, (broken, daemon.log())
         password = HAND_OVER.read_bytes() if HAND_OVER.exists() else b""
         assert password == LOG_IN[2] or expected != "login_success" and not password
         assert settings.read_text() in (plain, plain + "\n[ZelvRemote]\nLogin = \n")
     assert settings.read_text() != plain
 
 
-@pytest.mark.parametrize("disk", ["/run/kalloagent", "/var/log"], indirect=True)
-def test_start_and_crash_on_a_full_disk(disk, start_daemon):
+@pytest.mark.parametrize("disk", [(place, fault) for place in ("/run/kalloagent", "/var/log")
+                                  for fault in ("full", "read-only")], indirect=True)
+def test_start_and_crash_on_a_bad_disk(disk, start_daemon):
     disk(True)
     # The report of a crash is made where ThreadSanitizer warns of everything.
     runtime = os.environ.get("TSAN_OPTIONS", "") + " report_signal_unsafe=0"
