@@ -18,6 +18,7 @@ MADE_LATER = ["root/.config", "usr/share/.kallo", "run/kalloagent", "run/vexa", 
               "var/log/kalloagent.core", "var/log/vexa-services.log"]
 REPORT = "/tmp/report"  # what sanitizers and valgrind find, in a file a process
 if TREE.is_absolute():
+    os.environ["TEST_TMPDIR"] = "/run"  # ThreadSanitizer keeps a file open there, else in /tmp
     for sanitizer in ("ASAN", "UBSAN", "LSAN", "TSAN"):
         options = os.environ.get(f"{sanitizer}_OPTIONS", "")
         os.environ[f"{sanitizer}_OPTIONS"] = f"{options}:log_path={REPORT}"

@@ -61,15 +61,15 @@ def test_broken_tool(nas, desktop, daemon, tool, script, asked, answer):
 
 
 @pytest.fixture
-def disk(nas, request):  # pylint: disable=redefined-outer-name
-    """Puts a disk of two pages over a directory, whose own directories show through. Gives the
+def disk(nas, tmp_path, request):  # pylint: disable=redefined-outer-name
+    """Puts a small disk over a directory, whose own directories show through. Gives the
     function that makes it full or read-only, and fit to write again."""
     (place, fault), behind = request.param, Path("/run/behind")
     place = Path(place)
     place.mkdir(parents=True, exist_ok=True)
     behind.mkdir(exist_ok=True)
     run("mount", "--rbind", place, behind)
-    if run("mount", "-t", "tmpfs", "-o", "size=8k", "none", place).returncode != 0:
+    if run("mount", "-t", "tmpfs", "-o", "size=1m", "none", place).returncode != 0:
         pytest.skip("nothing can be mounted here")
     for child in filter(Path.is_dir, behind.iterdir()):
         (place / child.name).mkdir()
@@ -77,7 +77,8 @@ def disk(nas, request):  # pylint: disable=redefined-outer-name
 
     def spoil(broken):
         if fault == "read-only":
-            assert run("mount", "-o", f"remount,r{'o' if broken else 'w'}", place).returncode == 0
+            how = "ro" if broken else "rw"
+            assert run("mount", "-o", f"remount,bind,{how}", place).returncode == 0
         elif broken:
             with pytest.raises(OSError, match="No space"), open(place / "filler", "wb", 0) as file:
                 while file.write(bytes(4096)):
