@@ -5,7 +5,6 @@ import stat
 import struct
 import termios
 from collections import Counter
-from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 import pytest
@@ -63,19 +62,6 @@ def test_requests(nas, daemon):
         serve(daemon, requests)
         assert Counter(calls.read_text().splitlines()) == Counter(run), words
     assert "]: vexaName:Downloader   action:restart\n" in daemon.log()
-
-
-def test_flood(nas, daemon):
-    calls = nas.record(CONTROL)
-    bursts = ["Downloader start MediaIndex stop\n" * 5, "ZelvKVM.vm1 start\n" * 10] * 5
-    for _ in range(3):  # each round fits into one read, whoever writes first
-        with ThreadPoolExecutor(len(bursts)) as writers:
-            list(writers.map(write, bursts))
-        drain()
-    serve(daemon, 300)
-    assert Counter(calls.read_text().splitlines()) == {
-        script("Downloader", "rcS"): 75, script("MediaIndex", "rcK"): 75,
-        script("kvm/vm1", "rcS"): 150}
 
 
 def test_slow_script(nas, daemon):

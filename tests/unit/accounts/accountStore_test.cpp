@@ -1,14 +1,10 @@
 #include "accounts/accountStore.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
 #include <map>
 
-namespace {
+#include "folderTest.h"
 
-namespace fs = std::filesystem;
+namespace {
 
 std::map<std::string, std::string> shadowDatabase;
 
@@ -17,20 +13,12 @@ std::optional<std::string> lookUp(const std::string& user) {
     return found == shadowDatabase.end() ? std::nullopt : std::optional(found->second);
 }
 
-class Accounts : public testing::Test {
+class Accounts : public FolderTest {
   protected:
-    void SetUp() override { ASSERT_NE(mkdtemp(m_root.data()), nullptr); }
-    void TearDown() override { fs::remove_all(m_root); }
-
-    void write(const std::string& name, const std::string& text) const {
-        std::ofstream(m_root + "/" + name) << text;
-    }
     AccountStore store() const {
-        return AccountStore({m_root + "/uVelt.conf", m_root + "/def_share.info", m_root + "/shadow",
-                             m_root + "/group", m_root + "/homes", lookUp});
+        return AccountStore({path("uVelt.conf"), path("def_share.info"), path("shadow"),
+                             path("group"), path("homes"), lookUp});
     }
-
-    std::string m_root = testing::TempDir() + "accountsXXXXXX";
 };
 
 TEST_F(Accounts, ListUsersButGuestsAndLockedAccounts) {

@@ -1,16 +1,12 @@
 // Whole command lines against an agent that plays a script: what is sent, what is printed, and
 // with which status kalloctl ends.
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "client/commands.h"
 #include "client/credential.h"
 #include "client/protocol.h"
 #include "fakeAgent.h"
+#include "folderTest.h"
 
 namespace client {
 namespace {
@@ -23,30 +19,24 @@ struct run_t {
     std::string request = "";  ///< as "command|param|param"
 };
 
-std::string scratch(const std::string& name) {
-    return testing::TempDir() + "kalloctl." + std::to_string(getpid()) + "." + name;
-}
+class CommandLine : public FolderTest {
+  protected:
+    run_t run(const Words& words, const std::string& input = "") const;
+    run_t runAgainst(const script_t& script, Words words, const std::string& input = "") const;
+};
 
-std::string contentOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-run_t run(const Words& words, const std::string& input = "") {
-    const std::string in = scratch("in");
-    const std::string out = scratch("out");
-    const std::string err = scratch("err");
-    std::ofstream(in) << input;
+run_t CommandLine::run(const Words& words, const std::string& input) const {
     std::string line = KALLOCTL;
     for (const std::string& word : words) {
         line += " '" + word + "'";
     }
-    const int status = WEXITSTATUS(system((line + " <" + in + " >" + out + " 2>" + err).c_str()));
-    EXPECT_EQ(contentOf(status == exitDone ? err : out), "") << line;
-    return {status, contentOf(status == exitDone ? out : err)};
+    line += " <" + write("in", input) + " >" + path("out") + " 2>" + path("err");
+    const int status = WEXITSTATUS(system(line.c_str()));
+    EXPECT_EQ(contentOf(path(status == exitDone ? "err" : "out")), "") << line;
+    return {status, contentOf(path(status == exitDone ? "out" : "err"))};
 }
 
-run_t runAgainst(const script_t& script, Words words, const std::string& input = "") {
+run_t CommandLine::runAgainst(const script_t& script, Words words, const std::string& input) const {
     FakeAgent agent(script);
     words.insert(words.end(), {"--timeout", "0.5", "-p", std::to_string(agent.port)});
     run_t result = run(words, input);
@@ -76,7 +66,7 @@ const std::string login =
 const std::string login2 = "Login2|YW5uYQ==|cGFzcw==";
 const std::string kill = "<ZelvDocRoot><CMD>KillAll</CMD></ZelvDocRoot>";
 
-TEST(CommandLine, SendsAndPrintsAndJudges) {
+TEST_F(CommandLine, SendsAndPrintsAndJudges) {
     const struct {
         Words words;
         script_t script;
@@ -106,7 +96,7 @@ TEST(CommandLine, SendsAndPrintsAndJudges) {
     }
 }
 
-TEST(CommandLine, PrintsForPeopleScriptsAndMachines) {
+TEST_F(CommandLine, PrintsForPeopleScriptsAndMachines) {
     const script_t list = ok(
         "<nas_model>TS</nas_model><item><name>Player</name><displayName>Film \033]0;x</displayName>"
         "<version>1.0</version><uuid>u1</uuid><icon_phone>yes</icon_phone><icon_pad>no</icon_pad>"
@@ -122,7 +112,7 @@ TEST(CommandLine, PrintsForPeopleScriptsAndMachines) {
         R"("name":"Player","uuid":"u1","version":"1.0"},{"icon_phone":false,"name":"Radio"}])");
 }
 
-TEST(CommandLine, RefusesWhatTheAgentCouldNotTake) {
+TEST_F(CommandLine, RefusesWhatTheAgentCouldNotTake) {
     const std::pair<Words, const char*> rows[] = {
         {{}, "subcommand is required"},
         {{"launch", " "}, "empty"},
@@ -139,7 +129,7 @@ TEST(CommandLine, RefusesWhatTheAgentCouldNotTake) {
     }
 }
 
-TEST(CommandLine, EveryCommandHasHelpWithAnExampleAndACompletion) {
+TEST_F(CommandLine, EveryCommandHasHelpWithAnExampleAndACompletion) {
     const std::string completion = contentOf(KALLOCTL_COMPLETION);
     for (const command_t& command : commands()) {
         const run_t help = run({command.name, "--help"});

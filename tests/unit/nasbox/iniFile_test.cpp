@@ -2,11 +2,7 @@
 // find the same values, and what wrconf writes the parser must read.
 #include "nasbox/iniFile.h"
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <fstream>
-
+#include "folderTest.h"
 #include "support/confParser.h"
 
 // The parser's value, without the line feed that "key=value" leaves in it.
@@ -18,8 +14,9 @@ static std::string parsed(const std::string& path, const std::string& section,
     return value.substr(0, value.size() - (value.ends_with('\n') ? 1 : 0));
 }
 
-TEST(IniFile, AgreesWithTheParser) {
-    const std::string path = testing::TempDir() + "iniFile_test." + std::to_string(getpid());
+class IniFiles : public FolderTest {};
+
+TEST_F(IniFiles, AgreeWithTheParser) {
     for (const char* text : {
              "[A]\nk = v\nk=w\n[A]\nk = x\n",
              "  [A] tail\n  k  = v\nk == = v\n",
@@ -31,7 +28,7 @@ TEST(IniFile, AgreesWithTheParser) {
          }) {
         for (const char* key : {"k", "k ", "\tk", "j", "# k", "K"}) {
             SCOPED_TRACE(std::string(text) + key);
-            std::ofstream(path) << text;
+            const std::string path = write("file", text);
             IniFile file;
             ASSERT_EQ(file.load(path), 0);
             for (const char* section : {"A", " A", "B", "A]"}) {
@@ -45,5 +42,4 @@ TEST(IniFile, AgreesWithTheParser) {
             }
         }
     }
-    unlink(path.c_str());
 }

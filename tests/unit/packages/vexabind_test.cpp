@@ -2,11 +2,7 @@
 // finds them is the server's own.
 #include "packages/vexabind.h"
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
+#include "folderTest.h"
 
 namespace {
 
@@ -46,9 +42,10 @@ std::string messages() {
     return found;
 }
 
-TEST(VexaBind, ServesEachRequestOfAWriteInOrderBeforeItStops) {
-    const std::string path = testing::TempDir() + "vexabind." + std::to_string(getpid());
-    std::ofstream(path) << "left behind";
+class ServicePipe : public FolderTest {};
+
+TEST_F(ServicePipe, ServesEachRequestOfAWriteInOrderBeforeItIsClosed) {
+    const std::string path = write("pipe", "left behind");
     testing::internal::CaptureStderr();
     VexaBind bind(path);
     EXPECT_EQ(bind.init(), 0);
@@ -61,7 +58,6 @@ TEST(VexaBind, ServesEachRequestOfAWriteInOrderBeforeItStops) {
     EXPECT_EQ(messages(), "fifo path: " + path +
                               "\nvexaName:no-such-package   action:none\n"
                               "vexaName:ZelvKVM.no-such-machine   action:none\n");
-    fs::remove(path);
 }
 
 }  // namespace

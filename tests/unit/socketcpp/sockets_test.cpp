@@ -2,12 +2,11 @@
 // a launched program would inherit, and what stops the process.
 #include <arpa/inet.h>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <memory>
 
+#include "folderTest.h"
 #include "socketcpp/TcpSocket.h"
 #include "socketcpp/UnixSocket.h"
 
@@ -34,15 +33,7 @@ SocketPtr create(Kind kind, bool nonblock = false) {
                              : SocketPtr(corex::UnixSocket::CreateSocket(SOCK_STREAM, nonblock));
 }
 
-class Sockets : public testing::TestWithParam<Kind> {
-  protected:
-    void SetUp() override { ASSERT_NE(mkdtemp(m_directory.data()), nullptr); }
-    void TearDown() override { std::filesystem::remove_all(m_directory); }
-
-    std::string path(const std::string& name) const { return m_directory + "/" + name; }
-
-    std::string m_directory = std::filesystem::temp_directory_path() / "sockets.XXXXXX";
-};
+class Sockets : public FolderTest, public testing::WithParamInterface<Kind> {};
 
 INSTANTIATE_TEST_SUITE_P(All, Sockets,
                          testing::Values(Kind::tcp, Kind::unixPath, Kind::unixAbstract));
@@ -92,7 +83,7 @@ TEST_F(Sockets, FailuresAreResults) {
     ASSERT_EQ(tcp->Bind("127.0.0.1", 0), 0) << "the failed calls bound nothing";
     ASSERT_EQ(tcp->Listen(1), 0);
     EXPECT_EQ(create(Kind::tcp)->Bind(portOf(*tcp)), -1);
-    EXPECT_EQ(create(Kind::unixPath)->Bind(m_directory, 0), -1);
+    EXPECT_EQ(create(Kind::unixPath)->Bind(m_folder, 0), -1);
     EXPECT_EQ(create(Kind::unixPath)->Connect(path("nobody"), 0), -1);
 }
 

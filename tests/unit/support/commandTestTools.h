@@ -1,15 +1,12 @@
-// What the command runner's tests share: commands as words, whole files and a folder of their own.
+// What the command runner's tests share: commands as words, what they print and what is logged.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <string>
 #include <vector>
 
+#include "folderTest.h"
 #include "support/commandRunner.h"
 
 using Words = std::vector<std::string>;
@@ -45,22 +42,8 @@ inline int statusOf(pid_t child) {
     return status;
 }
 
-inline std::string contentOf(const std::string& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-/// Each test gets an empty folder and a log path in it.
-class CommandTest : public testing::Test {
+class CommandTest : public FolderTest {
   protected:
-    void SetUp() override { ASSERT_NE(mkdtemp(m_folder.data()), nullptr); }
-    void TearDown() override { std::filesystem::remove_all(m_folder); }
-
-    std::string path(const std::string& name) const { return m_folder + "/" + name; }
-    std::string write(const std::string& name, const std::string& text = "") const {
-        std::ofstream(path(name)) << text;
-        return path(name);
-    }
     /// Runs `words` with a log and returns the exit code.
     int run(Words words) const {
         return exec_pipeline(-1, -1, -1, path("log").c_str(), 0, pointersTo(words).data());
@@ -75,6 +58,4 @@ class CommandTest : public testing::Test {
         std::filesystem::remove(path("log"));
         return text;
     }
-
-    std::string m_folder = testing::TempDir() + "/commandTest.XXXXXX";
 };

@@ -1,22 +1,13 @@
 // What files of the server, well or badly written, read as; dump() shows all that is held.
 #include "support/confParser.h"
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <fstream>
+#include "folderTest.h"
 
 namespace {
 
 using namespace std::string_literals;
 
-int parse(ConfParser& parser, const std::string& text) {
-    const std::string path = testing::TempDir() + "confParser_test." + std::to_string(getpid());
-    std::ofstream(path, std::ios::binary) << text;
-    const int result = parser.parseFile(path);
-    unlink(path.c_str());
-    return result;
-}
+class ConfFile : public FolderTest {};
 
 std::string dumped(const ConfParser& parser) {
     testing::internal::CaptureStdout();
@@ -24,7 +15,7 @@ std::string dumped(const ConfParser& parser) {
     return testing::internal::GetCapturedStdout();
 }
 
-TEST(ConfParser, ReadsLinesAsTheServerWritesThem) {
+TEST_F(ConfFile, ReadsLinesAsTheServerWritesThem) {
     const std::string wide(1020, 'v');
     const struct {
         const char* name;
@@ -46,15 +37,15 @@ TEST(ConfParser, ReadsLinesAsTheServerWritesThem) {
     };
     for (const auto& row : rows) {
         ConfParser parser;
-        EXPECT_EQ(parse(parser, row.text), 0);
+        EXPECT_EQ(parser.parseFile(write("file", row.text)), 0);
         EXPECT_EQ(dumped(parser), row.dump) << row.name;
     }
 }
 
-TEST(ConfParser, LooksUpAndStoresInTheFirstSection) {
+TEST_F(ConfFile, LooksUpAndStoresInTheFirstSection) {
     ConfParser parser;
     EXPECT_EQ(parser.setValue("A", "k", "v"), -1);
-    parse(parser, "[A]\nm = 1\n[B]\n[A]\nm = 3\nMore = 1\n");
+    parser.parseFile(write("file", "[A]\nm = 1\n[B]\n[A]\nm = 3\nMore = 1\n"));
     EXPECT_EQ(parser.getValue("A", "m"), "1");
     for (const auto& [section, key] : {std::pair{"A", "More"}, {"a", "m"}, {"A", "M"}}) {
         EXPECT_EQ(parser.getValue(section, key), "") << section << key;
@@ -67,9 +58,9 @@ TEST(ConfParser, LooksUpAndStoresInTheFirstSection) {
     EXPECT_EQ(dumped(parser), "A\n\t a = cut\n\t m = 2\nB\nA\n\t More = 1\n\t m = 3\n");
 }
 
-TEST(ConfParser, AFileThatCannotBeOpenedLeavesNothing) {
+TEST_F(ConfFile, AFileThatCannotBeOpenedLeavesNothing) {
     ConfParser parser;
-    parse(parser, "[A]\nk = v\n");
+    parser.parseFile(write("file", "[A]\nk = v\n"));
     testing::internal::CaptureStderr();
     EXPECT_EQ(parser.parseFile("/nonexistent"), -1);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),

@@ -1,11 +1,10 @@
 // The watcher on real directories: what observers are told and how it ends.
 #include "support/inotify.h"
 
-#include <gtest/gtest.h>
+#include <semaphore>
+#include <thread>
 
-#include <condition_variable>
-#include <filesystem>
-#include <fstream>
+#include "folderTest.h"
 
 namespace {
 
@@ -13,24 +12,16 @@ namespace fs = std::filesystem;
 
 /// What the observers of a test saw, in order, as "observer: name in path".
 struct Log {
-    std::vector<std::string> waitFor(size_t count) {
-        std::unique_lock lock(mutex);
-        grown.wait(lock, [&] { return seen.size() >= count; });
-        return seen;
-    }
-
-    std::mutex mutex;
-    std::condition_variable grown;
     std::vector<std::string> seen;
+    std::counting_semaphore<> grown{0};
 };
 
 class Recorder : public corex::InotifyObserver {
   public:
     Recorder(const std::string& name, Log& log) : m_name(name), m_log(log) {}
     int OnEvent(corex::Inotify&, const inotify_event* event, const std::string& path) override {
-        const std::lock_guard lock(m_log.mutex);
         m_log.seen.push_back(m_name + ": " + event->name + " in " + path);
-        m_log.grown.notify_all();
+        m_log.grown.release();
         return 0;
     }
 
@@ -39,30 +30,29 @@ class Recorder : public corex::InotifyObserver {
     Log& m_log;
 };
 
-class Inotify : public testing::Test {
+class Inotify : public FolderTest {
   protected:
     void SetUp() override {
-        ASSERT_NE(mkdtemp(m_directory.data()), nullptr);
+        FolderTest::SetUp();
         ASSERT_EQ(m_watcher->Init(), 0);
         m_watcher->AddObserver(&m_first);
     }
     /// The watcher may sit in a read, so events go on until it is gone.
     void TearDown() override {
-        m_watcher->AddWatch(m_directory, IN_CREATE);
+        m_watcher->AddWatch(m_folder, IN_CREATE);
         std::atomic<bool> gone = false;
         std::thread visitor([&] {
             while (!gone) {
-                fs::create_directory(m_directory + "/visit");
-                fs::remove(m_directory + "/visit");
+                fs::create_directory(path("visit"));
+                fs::remove(path("visit"));
             }
         });
         m_watcher.reset();
         gone = true;
         visitor.join();
-        fs::remove_all(m_directory);
+        FolderTest::TearDown();
     }
 
-    std::string m_directory = fs::temp_directory_path() / "inotify.XXXXXX";
     Log m_log;
     Recorder m_first{"first", m_log};
     Recorder m_second{"second", m_log};
@@ -70,17 +60,20 @@ class Inotify : public testing::Test {
 };
 
 TEST_F(Inotify, DeliversFullBuffersInOrderToEveryObserver) {
-    m_watcher->AddWatch(m_directory, IN_CREATE);
+    m_watcher->AddWatch(m_folder, IN_CREATE);
     m_watcher->AddObserver(&m_second);
     std::vector<std::string> expected;
     for (int index = 0; index < 40; ++index) {
         const std::string name = std::to_string(index) + std::string(index % 2 == 0 ? 250 : 3, 'n');
-        std::ofstream(m_directory + "/" + name).close();
-        expected.push_back("first: " + name + " in " + m_directory);
-        expected.push_back("second: " + name + " in " + m_directory);
+        write(name);
+        expected.push_back("first: " + name + " in " + m_folder);
+        expected.push_back("second: " + name + " in " + m_folder);
     }
     m_watcher->Start();
-    EXPECT_EQ(m_log.waitFor(expected.size()), expected);
+    for (size_t count = 0; count < expected.size(); ++count) {
+        m_log.grown.acquire();
+    }
+    EXPECT_EQ(m_log.seen, expected);
 }
 
 TEST(InotifyLife, EndsRightBehindItsStartAndBehindAThreadThatGaveUp) {

@@ -1,31 +1,16 @@
 // Documents in files and their encodings.
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 
+#include "folderTest.h"
 #include "xmlTesting.h"
 
 namespace {
 
 using enum XMLEncoding;
 
-class Files : public testing::Test {
-  protected:
-    Files() { std::filesystem::create_directory(m_folder); }
-    ~Files() override { std::filesystem::remove_all(m_folder); }
-
-    const char* file(const std::string& content) const {
-        std::ofstream(m_path, std::ios::binary) << content;
-        return m_path.c_str();
-    }
-
-    const std::string m_folder = testing::TempDir() + "/xmlFile." + std::to_string(getpid());
-    const std::string m_path = m_folder + "/document.xml";
-};
+class Files : public FolderTest {};
 
 TEST_F(Files, AreParsedLikeTexts) {
     const struct {
@@ -40,19 +25,19 @@ TEST_F(Files, AreParsedLikeTexts) {
     };
     for (const auto& row : rows) {
         XMLResults results{};
-        EXPECT_EQ(written(XMLNode::parseXMLFile(file(row.content), "KALLO", &results)), row.result);
+        const std::string file = write("document", row.content);
+        EXPECT_EQ(written(XMLNode::parseXMLFile(file.c_str(), "KALLO", &results)), row.result);
         EXPECT_EQ(static_cast<int>(results.error), row.code) << row.content;
         EXPECT_EQ(results.column, row.column) << row.content;
     }
 }
 
 TEST_F(Files, ThatCannotBeReadAreNotFound) {
-    const std::string pipe = m_folder + "/pipe";
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);  // must not wait for somebody to write
-    for (const std::string& path : {m_folder + "/none", m_folder, pipe}) {
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);  // must not wait for somebody to write
+    for (const std::string& file : {path("none"), m_folder, path("pipe")}) {
         XMLResults results{};
-        EXPECT_TRUE(XMLNode::parseXMLFile(path.c_str(), nullptr, &results).isEmpty());
-        EXPECT_EQ(results.error, XMLError::fileNotFound) << path;
+        EXPECT_TRUE(XMLNode::parseXMLFile(file.c_str(), nullptr, &results).isEmpty());
+        EXPECT_EQ(results.error, XMLError::fileNotFound) << file;
     }
 }
 
