@@ -16,9 +16,10 @@ FROM_TREE = ["etc/config", "etc/passwd", "etc/shadow", "etc/platform.conf", "sha
 MADE_LATER = ["root/.config", "usr/share/.kallo", "run/kalloagent", "run/vexa", "run/desktop",
               "tmp/calls", "tmp/.en.pn.lo", "tmp/.kalloagent.channel", "tmp/Torvik.ServicePipe",
               "var/log/kalloagent.core", "var/log/vexa-services.log"]
-REPORT = "/tmp/report"  # what sanitizers and valgrind find, in a file a process
+REPORT = "/run/report"  # what sanitizers and valgrind find, in a file a process
 if TREE.is_absolute():
-    os.environ["TEST_TMPDIR"] = "/run"  # ThreadSanitizer keeps a file open there, else in /tmp
+    # Nothing of pytest's or ThreadSanitizer's is in /tmp, so that a test can fill it.
+    os.environ.update(PYTEST_DEBUG_TEMPROOT="/run", TEST_TMPDIR="/run")
     for sanitizer in ("ASAN", "UBSAN", "LSAN", "TSAN"):
         options = os.environ.get(f"{sanitizer}_OPTIONS", "")
         os.environ[f"{sanitizer}_OPTIONS"] = f"{options}:log_path={REPORT}"

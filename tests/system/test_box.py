@@ -54,14 +54,6 @@ def test_wrconf_refuses_what_would_not_be_read_back(tmp_path, words):
     assert file.read_text(encoding="utf-8") == "[A]\nk = old\n"
 
 
-def test_wrconf_loses_no_change_of_others(tmp_path):
-    file = tmp_path / "a.conf"
-    writers = [subprocess.Popen(["/sbin/wrconf", "A", f"k{i}", str(i), "-f", file])
-               for i in range(20)]
-    assert all(writer.wait() == 0 for writer in writers)
-    assert len(file.read_text(encoding="utf-8").splitlines()) == 21
-
-
 def test_session_environment(desktop):
     decoded = {name: base64.b64decode(text(run("/opt/bin/zelvshmenv", "-r").stdout, name) or "")
                for name in ("NasUser", "NasGroupID", "DISPLAY")}

@@ -6,7 +6,7 @@ from pathlib import Path
 
 import pytest
 
-from box import payload, text, texts, wait_until
+from box import WRAP, payload, text, texts, wait_until
 
 pytestmark = pytest.mark.usefixtures("desktop")
 REGISTRY = Path("/etc/config/vexa.conf")
@@ -95,21 +95,20 @@ def test_odd_files():
             (b"<other><name>Player</name></other>", False), (b"<KALLO><name>Player", True),
             (b"<kallo><NAME>Player</NAME></kallo>", True),
             (b"<KALLO><name>Player</name>" + b"<x>" * 100_000, True),
-            (b"<KALLO><name>Player</name><x y='" + b"z" * 20_000_000 + b"'/></KALLO>", True)]):
+            (b"<KALLO><name>Player</name><x y='" + b"z" * (20_000 if WRAP else 20_000_000) +
+             b"'/></KALLO>", True)]):
         PLAYER.write_bytes(descriptor)
         save(original + b"\n" * number)
         wait_until(lambda: refreshed() == "true", 60)
         assert names() == (NAMES if listed else NAMES[1:]), descriptor[:30]
 
 
-@pytest.mark.parametrize("tool, change, display, version", [
-    ("/sbin/rdconf", True, "Player", "3.0"),
-    ("/usr/bin/md5sum", False, "Media Player", "3.1.0")])
-def test_missing_tool(nas, start_daemon, tool, change, display, version):
+@pytest.mark.parametrize("tool, display, change", [
+    ("/sbin/rdconf", "Player", NAMES[:1] + NAMES[2:]), ("/usr/bin/md5sum", "Media Player", NAMES)])
+def test_missing_tool(nas, start_daemon, tool, display, change):
     nas.replace(tool, None)
     agent = start_daemon()
-    document = payload("ListVEXA")
-    assert (texts(document, "displayName")[0], texts(document, "version")[0]) == (display, version)
+    assert texts(payload("ListVEXA"), "displayName")[0] == display
     save(REGISTRY.read_bytes().replace(b"[Browser]\nClass = Torvik", b"[Browser]"))
     settle(agent)
-    assert names() == (NAMES[:1] + NAMES[2:] if change else NAMES)
+    assert names() == change

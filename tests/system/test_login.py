@@ -1,5 +1,6 @@
 """Logging in: who gets in, what is left for the desktop's tools, and what every failure leaves."""
 import os
+import re
 import resource
 import signal
 import subprocess
@@ -8,16 +9,13 @@ from pathlib import Path
 
 import pytest
 
-from box import CHANNEL, ask, payload, request, text
+from box import CHANNEL, WRAP, ask, payload, request, text
 from conftest import remove, run
 
 KEY = "4b1e90c27a5d03f8e6219b74c05a3d8f17e2694ab803cf5d916e27a0b4c85f13"
 HAND_OVER = Path("/usr/share/.kallo/.kallopw.log")
 SCRATCH = Path("/tmp/.en.pn.lo")
 SUCCESS, FAIL, SILENCE = "login_success", "login_fail", None
-READ_FAILED = {command: f"[Func:void CKalloAgent::{function}(const unsigned char*, const unsigned "
-                        "char*, resultContent_t&)]: fread() ... fail\n"
-               for command, function in (("Login", "login"), ("Login2", "loginWithoutAES"))}
 
 
 def enciphered(value, filler=b"\xff"):
@@ -99,11 +97,12 @@ def test_decoder_without_output(nas, daemon):
             nas.replace(*broken)
         before, (name, secret) = len(daemon.log()), map(FORMS[command], USERS[0])
         assert ask(request(command, user or name, password or secret)) == (b"", b"")
-        assert f"[Line:{line}]{READ_FAILED[command]}" in daemon.log()[before:]
+        assert re.search(rf"\[Line:{line}\].*: fread\(\) \.\.\. fail\n", daemon.log()[before:])
         SCRATCH.unlink(missing_ok=line != 769)
         assert_nothing_left(calls)
 
 
+@pytest.mark.skipif(bool(WRAP), reason="valgrind has its own descriptors at the end of the limit")
 @pytest.mark.parametrize("command", FORMS)
 def test_no_descriptors_for_the_decoder(calls, daemon, command):
     """Whatever step the descriptors run out in, nobody is let in by half and none is lost."""
@@ -157,8 +156,6 @@ def test_road_of_a_password():
     assert log_in("Login", user, enciphered(b"carol123")) == SUCCESS
     assert text(payload("GetPassword", address=CHANNEL), "passwd") == "Y2Fyb2wxMjM="
     assert run("kalloctl", "password").stdout == "carol123\n"
-    raw = run("kalloctl", "raw", "--local", request("GetPassword").decode())
-    assert text(raw.stdout, "passwd") == "Y2Fyb2wxMjM="
     recorded = Path("/root/.config/ZELV/KALLO.conf")
     assert recorded.read_bytes() == b"[ZelvRemote]\nLogin = %s\n" % user
     assert log_in("Login2", plain(b"bob"), plain(b"builder")) == SUCCESS

@@ -12,7 +12,6 @@ NO_SESSION = HEAD + b"login_required\n\t</errRtn>\n</ZelvDocRoot>\n"
 SUCCESS = HEAD + b"success\n\t</errRtn>\n"
 LOGGED_OUT = "[/sbin/wrconf][ZelvRemote][Logout][yes][-f][/root/.config/ZELV/KALLO.conf]\n" \
              "[/opt/bin/zelvshmenv][-w]\n"
-READ_FAILED = "[File:kalloagent][Line:{}][Func:{}]: fread() ... fail\n"
 
 
 def answer(element, value):
@@ -24,7 +23,6 @@ def answer(element, value):
 
 @pytest.mark.usefixtures("desktop")
 def test_required_log_in(nas, daemon):
-    silences = 0
     for stored, tool, shown, logs_out in [
             (None, None, b"no", True), ("nullify", None, b"no", True), ("nul", None, b"nul", False),
             ("yesterday", None, b"yesterday", True), ("Yes", None, b"Yes", False),
@@ -41,22 +39,18 @@ def test_required_log_in(nas, daemon):
             nas.replace("/sbin/rdconf", tool or None)
         calls = nas.record("/sbin/wrconf", "/opt/bin/zelvshmenv")
         calls.write_text("")
-        row, silences = (stored, tool), silences + (shown is None)
+        row = stored, tool, daemon.log()
         assert ask(request("GetKALLOSetting"))[1] == answer(b"AutoLogin", shown), row
         assert ask(request("Logout")) == (b"", b"")
         assert calls.read_text() == (LOGGED_OUT if logs_out else ""), row
-        failure = READ_FAILED.format(814, "void CKalloAgent::logout()")
-        assert daemon.log().count(failure) == silences, row
 
 
-def test_automatic_log_in_cannot_be_set(nas, desktop, daemon):
-    calls = nas.record("/sbin/wrconf")
+@pytest.mark.usefixtures("daemon")
+def test_automatic_log_in_cannot_be_set(desktop):
     for parameters in (["yes"], []):
         assert text(payload("SetAutoLogin", *parameters), "errRtn") == "paramter_required"
     desktop.stop()
-    for command in ("SetAutoLogin", "GetKALLOSetting"):
-        assert ask(request(command, "yes"))[1] == NO_SESSION, daemon.log()
-    assert calls.read_text() == ""
+    assert ask(request("SetAutoLogin", "yes"))[1] == NO_SESSION
 
 
 @pytest.mark.parametrize("home", [{"HOME": "/other home"}, {"HOME": ""}, {}])
@@ -96,5 +90,4 @@ def test_current_user(nas, daemon):
         published.write_text(output, encoding="ascii")
         shown = NO_SESSION if user is None else answer(b"user", user)
         assert ask(request("GetCurrentUser"))[1] == shown, output
-    reader = "bool CKalloAgent::getKALLOPrivateEnv(std::vector<exportEnv_s>&)"
-    assert daemon.log().count(READ_FAILED.format(338, reader)) == 1  # of the empty output
+    assert daemon.log().count("getKALLOPrivateEnv(std::vector<exportEnv_s>&)]: fread() ... fail\n") == 1
