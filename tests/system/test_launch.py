@@ -38,6 +38,7 @@ DECISIONS = [
     ("alice", "Browser", "True", True, "success", []),
     ("alice", "Browser", "True", False, "success", started("Browser")),
     ("alice", "Photos", "True", True, "success", started("Photos")),
+    ("alice", "Photos", "Falsehood", True, "success", started("Photos")),
     ("alice", "Photos", "False", True, "success", STOPS + started("Photos")),
     ("alice", "TvTuner", "False", False, "success", []),  # started by its vexaName, which differs
     (None, "Player", None, False, "login_required", []),
@@ -62,18 +63,6 @@ def test_decisions(nas, desktop, daemon):
         row = (user, name, workspace, running)
         assert (text(document, "errRtn"), calls.read_text().splitlines()) == (answer, run_then), row
     assert not daemon.zombies()
-
-
-@pytest.mark.usefixtures("desktop")
-def test_workspace_as_the_tool_tells(nas, daemon):
-    calls = nas.record("/opt/vexa/screen-program", "/opt/vexa/screen-stop")
-    for tool, stops in [("printf False\n", STOPS), ("printf 'False\\n\\n'\n", []),
-                        ("echo Falsehood\n", []), ("exit 0\n", []), (None, [])]:
-        calls.write_text("")
-        nas.replace("/sbin/rdconf", tool)
-        assert text(payload("Launch", "Photos"), "errRtn") == "success"
-        settle(daemon)
-        assert calls.read_text().splitlines() == stops + started("Photos"), tool
 
 
 @pytest.mark.parametrize("kept", [False, True])

@@ -48,7 +48,7 @@ def test_requests(nas, daemon):
             ("Downloader start MediaIndex stop\n", 2,
              [script("Downloader", "rcS"), script("MediaIndex", "rcK")]),
             ("\n  Downloader\n\nstop  ", 1, [script("Downloader", "rcK")]),
-            ("Downloader", 0, []), (" \n \n", 0, []),
+            ("Downloader", 0, []), (" \n \n", 0, []), ("", 0, []),
             ("MediaIndex stop Downloader\n", 1, [script("MediaIndex", "rcK")]),
             ("Downloader restart Downloader START\n", 2, []),
             ("Unknown start Broken start downloader start\n", 3, []),

@@ -118,7 +118,7 @@ def test_crash_report(start_daemon, is_read):
     agent.process.send_signal(signal.SIGSEGV)
     assert agent.wait() == 0
     assert re.search(r"\x1b\[1;36m\[File:kalloagent\]\[Line:\d+\]\[Func:void signal_handler\(int, "
-                     rf"siginfo_t\*, void\*\)\]: sig:11  pid:{os.getpid()}\n\x1b\[m$", agent.log())
+                     rf"siginfo_t\*, void\*\)\]: sig:11  pid:{os.getpid()}\n\x1b\[m", agent.log())
     header = re.escape(f"[sig:11  sig->pid:{os.getpid()}] self:{agent.pid}\n")
     frames = r"(\[sig:11\]\(\d+\): .+\n){3,}"
     if is_read:

@@ -17,6 +17,7 @@ struct run_t {
     int status;
     std::string shown;         ///< on standard output when done, else on standard error
     std::string request = "";  ///< as "command|param|param"
+    bool isGivenTheGoAhead = false;
 };
 
 class CommandLine : public FolderTest {
@@ -41,6 +42,7 @@ run_t CommandLine::runAgainst(const script_t& script, Words words, const std::st
     words.insert(words.end(), {"--timeout", "0.5", "-p", std::to_string(agent.port)});
     run_t result = run(words, input);
     agent.finish();
+    result.isGivenTheGoAhead = agent.isGivenTheGoAhead;
     const XMLNode root = parseAnswer(agent.request);
     result.request = childText(root, "cmd");
     for (int i = 0; i < root.childCount("param"); ++i) {
@@ -93,6 +95,38 @@ TEST_F(CommandLine, SendsAndPrintsAndJudges) {
         EXPECT_EQ(found.request, row.run.request);
         EXPECT_EQ(found.status == exitDone ? found.shown : row.run.shown, row.run.shown);
         EXPECT_NE(found.shown.find(row.run.shown), std::string::npos) << found.shown;
+    }
+}
+
+TEST_F(CommandLine, TellsTheOutcomesOfAConversationApart) {
+    const std::string nine = announce(9);
+    const std::string unended = nine.substr(0, nine.size() - 1);
+    const std::string sized = "<ZelvDocRoot><size>";
+    const std::string end = "</size></ZelvDocRoot>\n";
+    const std::string late = "the agent did not answer within the timeout";
+    const auto alone = end_t::announcement;
+    const struct {
+        script_t script;
+        std::string shown;
+        int status = exitFailed;
+    } rows[] = {
+        {{{nine.substr(0, 5), nine.substr(5)}, "nine byte"}, "nine byte", exitDone},
+        {{{unended, "\n"}, "\nine byte"}, "\nine byte", exitDone},  // a line feed that lags behind
+        {{{unended}, "\nine byte"}, "\nine byte", exitDone},        // one that never comes
+        {{{announce(4)}, std::string("\0\xFF\r\n", 4)}, std::string("\0\xFF\r\n", 4), exitDone},
+        {{{announce(0)}}, "no such icon", exitRefused},
+        {{{nine}, "short"}, "the answer ended after 5 of 9 bytes"},
+        {{{}, "", end_t::never}, late},
+        {{{nine.substr(0, 20)}, "", alone}, "the agent's announcement is cut short"},
+        {{{std::string(5000, ' ')}, "", alone}, "the agent's announcement has no end"},
+        {{{sized + "x" + end}}, "the agent's announcement names no size"},
+        {{{sized + "268435457" + end}}, "the agent announces 268435457 bytes, which is too much"},
+    };
+    for (const auto& row : rows) {
+        const run_t found = runAgainst(row.script, {"icon", "P", "pad", "-o", "-"});
+        EXPECT_NE(found.shown.find(row.shown), std::string::npos) << row.shown << found.shown;
+        EXPECT_EQ(found.status, row.status) << row.shown;
+        EXPECT_EQ(found.isGivenTheGoAhead, !row.script.payload.empty()) << row.shown;
     }
 }
 

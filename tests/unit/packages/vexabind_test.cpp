@@ -2,11 +2,9 @@
 // finds them is the server's own.
 #include "packages/vexabind.h"
 
-#include "folderTest.h"
+#include <gtest/gtest.h>
 
 namespace {
-
-namespace fs = std::filesystem;
 
 TEST(ServiceRequests, AreThePairsOfWords) {
     const std::pair<std::string, std::deque<ServiceRequest>> rows[] = {
@@ -30,34 +28,6 @@ TEST(InstallPathCommand, ReadsThePackagesSectionOrThatOfVirtualMachines) {
                                                   "/etc/config/vexa.conf"};
         EXPECT_EQ(installPathCommand(name), command);
     }
-}
-
-// The messages on standard error since CaptureStderr(), without the places that log them.
-std::string messages() {
-    const std::string text = testing::internal::GetCapturedStderr();
-    std::string found;
-    for (size_t at = text.find(")]: "); at != std::string::npos; at = text.find(")]: ", at + 1)) {
-        found += text.substr(at + 4, text.find('\n', at) + 1 - at - 4);
-    }
-    return found;
-}
-
-class ServicePipe : public FolderTest {};
-
-TEST_F(ServicePipe, ServesEachRequestOfAWriteInOrderBeforeItIsClosed) {
-    const std::string path = write("pipe", "left behind");
-    testing::internal::CaptureStderr();
-    VexaBind bind(path);
-    EXPECT_EQ(bind.init(), 0);
-    EXPECT_EQ(fs::status(path).type(), fs::file_type::fifo);
-    EXPECT_EQ(fs::status(path).permissions(), fs::perms{0600});
-    ASSERT_EQ(bind.start(), 0);
-    { const std::ofstream writer(path); }  // does not end the pipe
-    std::ofstream(path) << "no-such-package none\nZelvKVM.no-such-machine none\nalone\n";
-    bind.stop();
-    EXPECT_EQ(messages(), "fifo path: " + path +
-                              "\nvexaName:no-such-package   action:none\n"
-                              "vexaName:ZelvKVM.no-such-machine   action:none\n");
 }
 
 }  // namespace

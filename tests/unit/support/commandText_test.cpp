@@ -6,15 +6,6 @@ namespace {
 
 class CommandText : public CommandTest {};
 
-TEST_F(CommandText, TrimsInPlace) {
-    char whitespace[] = " \t\r\n";
-    trim_whitespace(whitespace);
-    EXPECT_STREQ(whitespace, "");
-    char wide[] = "\r\n a b\v\t\n";
-    trim_whitespace(wide);
-    EXPECT_STREQ(wide, "a b\v");
-}
-
 TEST_F(CommandText, ReadsLinesOfAnyLength) {
     Words lines;
     std::string text;

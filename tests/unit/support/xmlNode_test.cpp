@@ -25,18 +25,6 @@ TEST(Write, LayoutFollowsTheFormat) {
     }
 }
 
-TEST(Write, TextsComeBackTheSame) {
-    XMLNode node = XMLNode::createTopNode("a");
-    node.addAttribute("b", "\"<'>&amp;\xC3");
-    node.addText("\xC3<c/>&#65;\xE2\x82\xAC\xF0&");
-    const XMLNode back = XMLNode::parseString(written(node, 1).c_str());
-    EXPECT_STREQ(back.attribute(0)->value, node.attribute(0)->value);
-    EXPECT_STREQ(back.text(), node.text());
-    EXPECT_EQ(back.childCount(), 0);
-    EXPECT_EQ(written(XMLNode::parseString("<a>&lt;<!-- -->&amp;<!-- -->'</a>")),
-              "<a>&lt;&amp;&apos;</a>");  // merged lengths
-}
-
 TEST(Build, ManyItemsAfterAParseKeepTheirOrder) {
     XMLNode node = XMLNode::parseString("<a x='1'><b/>t<c/>u<d/></a>");
     std::string expected = "<a x=\"1\" k=\"v\"><b/>t<c/>u<d/>";
