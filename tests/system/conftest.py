@@ -138,9 +138,6 @@ class Daemon:
                 with contextlib.suppress(subprocess.TimeoutExpired):
                     self.wait(seconds)
         assert self.process.poll() == self.status, self.log()
-        if built_with("asan"):
-            # A child that was forked while the leak check held the allocator waits for it for ever.
-            kill_agents()
         wait_until(lambda: not agents(), what="the end of its children that were just forked")
 
 
