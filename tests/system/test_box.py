@@ -1,5 +1,5 @@
-"""The box's own tools: what rdconf and wrconf make of files, the session's environment, the
-desktop and the sample packages."""
+"""The box's own tools: what wrconf makes of files, the session's environment, the desktop
+and the sample packages."""
 import base64
 import os
 import subprocess
@@ -8,20 +8,6 @@ import pytest
 
 from box import processes, text, wait_until
 from conftest import run
-
-INI = "[Player]\nEnable = TRUE\nEnable = FALSE\n[Broken\nlost = 1\n"
-
-
-@pytest.mark.parametrize("arguments, output, status", [
-    (["Player", "Enable"], "FALSE\n", 0),  # the last line counts
-    (["Player", "lost"], "", 1),
-    (["Player", "none", "-d", "null", "-f", "/nonexistent"], "null\n", 0),
-    (["Player", "Enable", "-d"], "", 2),
-])
-def test_rdconf(tmp_path, arguments, output, status):
-    (tmp_path / "a.conf").write_text(INI, encoding="utf-8")
-    done = run("/sbin/rdconf", "-f", tmp_path / "a.conf", *arguments)
-    assert (done.stdout, done.returncode) == (output, status)
 
 
 @pytest.mark.parametrize("before, words, after", [
