@@ -63,12 +63,17 @@ def test_broken_tool(nas, desktop, daemon, tool, script, asked, answer):
 
 @pytest.fixture
 def disk(nas, request):  # pylint: disable=redefined-outer-name
-    """Puts a small disk over a directory. Gives the function that makes it full or read-only, and
-    fit to write again."""
-    place, fault = Path(request.param[0]), request.param[1]
+    """Puts a small disk over a directory, whose own directories show through: one of them may hold
+    the agent. Gives the function that makes it full or read-only, and fit to write again."""
+    place, fault, behind = Path(request.param[0]), request.param[1], Path("/run/behind")
     place.mkdir(parents=True, exist_ok=True)
+    behind.mkdir(exist_ok=True)
+    run("mount", "--rbind", place, behind)
     if run("mount", "-t", "tmpfs", "-o", "size=1m", "none", place).returncode != 0:
         pytest.skip("nothing can be mounted here")
+    for child in filter(Path.is_dir, behind.iterdir()):
+        (place / child.name).mkdir()
+        assert run("mount", "--rbind", child, place / child.name).returncode == 0
 
     def spoil(broken):
         if fault == "read-only":
@@ -82,7 +87,8 @@ def disk(nas, request):  # pylint: disable=redefined-outer-name
             (place / "filler").unlink()
 
     yield spoil
-    run("umount", "--lazy", place)
+    run("umount", "--lazy", place)  # and all that stands on it
+    run("umount", "--lazy", behind)
 
 
 # Directory and what is wrong with its disk, what a log-in comes to meanwhile.
