@@ -17,7 +17,7 @@ import pytest
 
 from box import (CHANNEL, TCP, ask, connect, payload, receive, request, sleeper, text, texts,
                  wait_until)
-from conftest import remove, run
+from conftest import NO_CRASH, remove, run
 from test_clients import UNKNOWN
 
 HAND_OVER = Path("/usr/share/.kallo/.kallopw.log")
@@ -113,6 +113,7 @@ def test_disk(disk, start_daemon, nas, answer):
     assert settings.read_text() != plain
 
 
+@NO_CRASH
 @pytest.mark.parametrize("disk", [(place, fault) for place in ("/run/kalloagent", "/var/log")
                                   for fault in ("full", "read-only")], indirect=True)
 def test_start_and_crash_on_a_bad_disk(disk, start_daemon):

@@ -10,7 +10,7 @@ from pathlib import Path
 import pytest
 
 from box import CHANNEL, ask, built_with, connect, process_named, request, wait_until
-from conftest import run
+from conftest import NO_CRASH, run
 
 pytestmark = pytest.mark.usefixtures("nas")
 AGENT = "/usr/sbin/kalloagent"
@@ -106,6 +106,7 @@ def test_no_start_without_inotify():
     assert failed.returncode == 0 and "[err] m_dirMonitor.Init()\n" in failed.stderr
 
 
+@NO_CRASH
 @pytest.mark.parametrize("is_read", [True, False])
 def test_crash_report(start_daemon, is_read):
     reader, writer = os.pipe()
