@@ -48,4 +48,4 @@ def test_storm(nas, daemon):
     served = Counter(line for line in calls.read_text().splitlines() if "/init.d/" in line)
     assert served == {script("Downloader", "rcS"): services, script("MediaIndex", "rcK"): services}
     wait_until(lambda: f"v{changes - 1}" in texts(payload("ListVEXA"), "version"))
-    wait_until(lambda: daemon.fds() == descriptors)
+    wait_until(lambda: daemon.fds() == descriptors, 60, "the end of what the changes set off")
