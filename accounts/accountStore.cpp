@@ -1,8 +1,8 @@
 #include "accounts/accountStore.h"
 
 #include <crypt.h>
-#include <fcntl.h>
 #include <shadow.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -57,14 +57,11 @@ bool readLineWith(FILE* file, AccountLine& line, const char* word) {
     return false;
 }
 
-/// Without waiting: a home is its user's own, who may have put a pipe where the picture belongs.
+/// Without opening it: a home is its user's own, who may have put a pipe or a link to a device where
+/// the picture belongs.
 bool canBeRead(const char* path) {
-    const int descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (descriptor == -1) {
-        return false;
-    }
-    close(descriptor);
-    return true;
+    struct stat status {};
+    return stat(path, &status) == 0 && S_ISREG(status.st_mode) && access(path, R_OK) == 0;
 }
 
 /// Whether crypt(3) makes `hash` out of `password` and the settings in `hash`.
