@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "packages/registry.h"
+#include "support/commandDescriptors.h"
 #include "support/commandOutput.h"
 #include "support/logLine.h"
 
@@ -52,8 +53,10 @@ std::string installDirectory(const std::string& vexaName) {
     return directory;
 }
 
-/// Becomes the package's script for the request, if there is one.
+/// Becomes the package's script for the request, if there is one. Until then it waits for the
+/// registry tool, and must not keep the agent's listeners and its client open meanwhile.
 [[noreturn]] void runScript(const ServiceRequest& request) {
+    support::closeOtherDescriptors();
     const std::string directory = installDirectory(request.vexaName);
     // Without a directory the script would be one of the server itself.
     if (!directory.empty()) {

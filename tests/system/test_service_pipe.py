@@ -9,6 +9,7 @@ from pathlib import Path
 
 import pytest
 
+from conftest import agents
 from box import payload, settle, sleeper, text, wait_until
 
 PIPE = "/tmp/Torvik.ServicePipe"
@@ -74,6 +75,11 @@ def test_slow_script(nas, daemon):
         write("Downloader start\n")
         wait_until(lambda: script("Downloader", "rcS") in calls.read_text())
         assert text(payload("GetStatus"), "errRtn") == "success" and daemon.fds() == descriptors
+    nas.replace("/sbin/rdconf", "exec sleep 600\n")
+    write("Downloader start\n")
+    with sleeper():  # what waits for it keeps no socket open, or no other agent could start
+        waits = Path("/proc", str(next(pid for pid in agents() if pid != daemon.pid)), "fd")
+        wait_until(lambda: not any("socket" in os.readlink(fd) for fd in waits.iterdir()))
 
 
 @pytest.mark.parametrize("occupy, stays", [
