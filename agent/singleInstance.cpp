@@ -16,6 +16,8 @@ constexpr const char* kRunDirectory = "/var/run/kalloagent";
 constexpr const char* kPidFile = "/var/run/kalloagent/kalloagent.pid";
 constexpr const char* kInstanceMarker = "kalloagent";
 constexpr mode_t kRunDirectoryMode = 0755;
+constexpr int kLockAttempts = 100;
+constexpr useconds_t kLockPause = 10'000;  // microseconds
 
 /// The first word of a file; empty when there is none.
 std::string firstWord(const std::string& path) {
@@ -25,11 +27,15 @@ std::string firstWord(const std::string& path) {
 }
 
 /// Holds the run directory locked, so that reading the pid file and writing it are one step.
+/// Whoever may read the directory may lock it as well, so after a second the start goes on without.
 class RunDirectoryLock {
   public:
     RunDirectoryLock() : m_directory(open(kRunDirectory, O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-        if (m_directory >= 0) {
-            flock(m_directory, LOCK_EX);
+        for (int i = 0; m_directory >= 0 && i < kLockAttempts; ++i) {
+            if (flock(m_directory, LOCK_EX | LOCK_NB) == 0) {
+                break;
+            }
+            usleep(kLockPause);
         }
     }
     RunDirectoryLock(const RunDirectoryLock&) = delete;

@@ -1,5 +1,6 @@
 """From start-up to the end of the process: one instance a machine, settings files, what stops a
 start and what does not, and the signals."""
+import fcntl
 import os
 import re
 import signal
@@ -72,12 +73,17 @@ def test_settings_files(start_daemon):
 
 
 def test_start_in_spite_of(start_daemon):
-    """Settings files that cannot be made and a socket file that an earlier run left."""
+    """Settings files that cannot be made, a socket file that an earlier run left, and somebody's
+    lock on the folder of the pid file."""
+    PID_FILE.parent.mkdir()
+    folder = os.open(PID_FILE.parent, os.O_RDONLY)
+    fcntl.flock(folder, fcntl.LOCK_SH)
     SETTINGS.parent.mkdir(exist_ok=True)
     SETTINGS.write_bytes(b"")
     with socket.socket(socket.AF_UNIX) as stale:
         stale.bind(CHANNEL)
     start_daemon()
+    os.close(folder)
     assert answers()
     with connect(CHANNEL) as client:
         client.sendall(b"<x/>")
