@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -22,6 +23,7 @@ void readFirstWord(int fd, std::string& word) {
     size_t used = 0;
     size_t start = std::string::npos;
     for (;;) {
+        const size_t searched = used;
         word.resize(used + kChunk);
         const ssize_t count = read(fd, word.data() + used, kChunk);
         used += count > 0 ? static_cast<size_t>(count) : 0;
@@ -29,8 +31,9 @@ void readFirstWord(int fd, std::string& word) {
         if (start == std::string::npos) {
             start = word.find_first_not_of(kWhitespace);
         }
-        const size_t end =
-            start == std::string::npos ? start : word.find_first_of(kWhitespace, start);
+        const size_t end = start == std::string::npos
+                               ? start
+                               : word.find_first_of(kWhitespace, std::max(start, searched));
         if (end != std::string::npos || count <= 0) {
             word.resize(std::min(end, word.size()));
             return;
