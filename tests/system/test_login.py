@@ -139,6 +139,7 @@ def test_long_passwords(calls, daemon, command, length, extra, status, answer):
 def test_files_in_the_way(calls, daemon):
     for make, *answers in [
             (lambda: HAND_OVER.mkdir(parents=True), FAIL, FAIL),
+            (lambda: (HAND_OVER.parent.mkdir(), HAND_OVER.symlink_to("/dev/null")), SUCCESS, SUCCESS),
             (lambda: (SCRATCH / "full").mkdir(parents=True), SUCCESS, FAIL),
             (lambda: SCRATCH.symlink_to("/tmp/calls"), SUCCESS, SUCCESS)]:
         for command, answer in zip(FORMS, answers):
