@@ -32,7 +32,8 @@ void reportLine(int file, const char* line, const char* printedAfter) {
 }
 
 void writeCrashReport(pid_t sender) {
-    const int file = open(kCrashLog, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kCrashLogMode);
+    const int file =
+        open(kCrashLog, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, kCrashLogMode);
     void* frames[kMaxFrames];
     const int count = backtrace(frames, kMaxFrames);
     char** symbols = backtrace_symbols(frames, count);
