@@ -4,6 +4,8 @@
 // malloc(3).
 #include <pthread.h>
 
+#include <csignal>
+
 namespace __lsan {
 void LockThreadRegistry();
 void UnlockThreadRegistry();
@@ -17,16 +19,26 @@ void StackDepotUnlockAll();
 
 namespace {
 
+sigset_t maskBefore;
+
+/// A signal handler that leaves the process needs the locks.
 void holdLocks() {
+    sigset_t all;
+    sigfillset(&all);
+    sigset_t before;
+    pthread_sigmask(SIG_BLOCK, &all, &before);
     __lsan::LockThreadRegistry();
     __lsan::LockAllocator();
     __sanitizer::StackDepotLockAll();
+    maskBefore = before;  // under the locks, as other threads fork, too
 }
 
 void releaseLocks() {
+    const sigset_t before = maskBefore;
     __sanitizer::StackDepotUnlockAll();
     __lsan::UnlockAllocator();
     __lsan::UnlockThreadRegistry();
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 [[maybe_unused]] const int forkHandlers = pthread_atfork(holdLocks, releaseLocks, releaseLocks);
