@@ -17,7 +17,7 @@ import pytest
 
 from box import (CHANNEL, TCP, ask, connect, payload, receive, request, sleeper, text, texts,
                  wait_until)
-from conftest import NO_CRASH, remove, run
+from conftest import NO_CRASH, NO_LIMIT, remove, run
 from test_clients import UNKNOWN
 
 HAND_OVER = Path("/usr/share/.kallo/.kallopw.log")
@@ -127,6 +127,7 @@ def test_start_and_crash_on_a_bad_disk(disk, start_daemon):
     assert daemon.wait() == 0 and "[sig:11](2): " in daemon.out.read_text()
 
 
+@NO_LIMIT
 @pytest.mark.parametrize("address", [TCP, CHANNEL])
 def test_no_descriptor_for_a_client(daemon, address):
     used = {int(number) for number in os.listdir(f"/proc/{daemon.pid}/fd")}

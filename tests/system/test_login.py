@@ -9,8 +9,8 @@ from pathlib import Path
 
 import pytest
 
-from box import CHANNEL, WRAP, ask, payload, request, text
-from conftest import remove, run
+from box import CHANNEL, ask, payload, request, text
+from conftest import NO_LIMIT, remove, run
 
 KEY = "4b1e90c27a5d03f8e6219b74c05a3d8f17e2694ab803cf5d916e27a0b4c85f13"
 HAND_OVER = Path("/usr/share/.kallo/.kallopw.log")
@@ -102,7 +102,7 @@ def test_decoder_without_output(nas, daemon):
         assert_nothing_left(calls)
 
 
-@pytest.mark.skipif(bool(WRAP), reason="valgrind has its own descriptors at the end of the limit")
+@NO_LIMIT
 @pytest.mark.parametrize("command", FORMS)
 def test_no_descriptors_for_the_decoder(calls, daemon, command):
     """Whatever step the descriptors run out in, nobody is let in by half and none is lost."""

@@ -119,7 +119,12 @@ TEST_F(CommandRunner, RedirectsToFiles) {
     const std::string err = path("err");
     const char* const script = "echo out; echo err >&2";
     EXPECT_EQ(exec_run_out_err(out.c_str(), err.c_str(), "sh", "-c", script, nullptr), 0);
-    EXPECT_EQ(contentOf(out) + contentOf(err), "out\nerr\n");
+    Words words = {"replaced", "-c", "cat; echo more >&2"};
+    std::vector<char*> vector = pointersTo(words);
+    EXPECT_EQ(exec_run_redirect_argv(write("in", "in\n").c_str(), out.c_str(), err.c_str(), nullptr,
+                                     O_WRONLY | O_TRUNC, O_WRONLY | O_APPEND, "sh", vector.data()),
+              0);
+    EXPECT_EQ(contentOf(out) + contentOf(err), "in\nerr\nmore\n");
 }
 
 TEST_F(CommandRunner, ExpandsWildcards) {

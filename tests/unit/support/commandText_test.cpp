@@ -6,6 +6,26 @@ namespace {
 
 class CommandText : public CommandTest {};
 
+TEST_F(CommandText, TrimsInPlace) {
+    char text[] = "\t a b \v\r\n";
+    EXPECT_EQ(chomp_line(text), 1);
+    EXPECT_STREQ(rtrim_blanks(text), "\t a b \v");
+    EXPECT_STREQ(skip_blanks(text), "a b \v");
+    char wide[] = "\r\n a b\v\t\n";
+    trim_whitespace(wide);
+    EXPECT_STREQ(wide, "a b\v");
+}
+
+TEST_F(CommandText, FindsUsersAndGroups) {
+    EXPECT_TRUE(uid_by_name("root") == 0 && uid_by_name("ROOT") == -1 && gid_by_name("root") == 0);
+    const std::string others(20000, 'g');
+    const std::string file =
+        write("passwd", "broken\nFirst:x:500:1:" + others + ":/:\nlast:x:502:1::/:\n");
+    EXPECT_EQ(uid_by_name_in_file("FIRST", file.c_str()), 500);
+    EXPECT_EQ(uid_by_name_in_file("last", file.c_str()), 502);
+    EXPECT_EQ(uid_by_name_in_file("root", path("missing").c_str()), -1);
+}
+
 TEST_F(CommandText, ReadsLinesOfAnyLength) {
     Words lines;
     std::string text;

@@ -76,6 +76,15 @@ TEST_F(Inotify, DeliversFullBuffersInOrderToEveryObserver) {
     EXPECT_EQ(m_log.seen, expected);
 }
 
+TEST_F(Inotify, KeepsOneEntryForADirectory) {
+    EXPECT_EQ(m_watcher->AddWatch(m_folder, IN_CREATE), 0);
+    EXPECT_EQ(m_watcher->AddWatch(path("."), IN_DELETE), 0);
+    EXPECT_EQ(m_watcher->RemoveWatch(m_folder), -1) << "the later spelling took its place";
+    EXPECT_EQ(m_watcher->RemoveWatch(path(".")), 0);
+    EXPECT_EQ(m_watcher->AddWatch(path("none"), IN_CREATE), -1);
+    m_watcher->Start();
+}
+
 TEST(InotifyLife, EndsRightBehindItsStartAndBehindAThreadThatGaveUp) {
     for (int round = 0; round < 3; ++round) {
         corex::Inotify watcher;

@@ -41,6 +41,15 @@ TEST_F(Files, ThatCannotBeReadAreNotFound) {
     }
 }
 
+TEST_F(Files, KeepTheirEncodingWhenTheyAreWritten) {
+    const SettingsGuard guard;
+    const std::string latin = "<?xml version=\"1.0\" encoding=\"latin1\"?>\n<a>\n\t\xE9\n</a>\n";
+    const XMLNode document = XMLNode::openDocument(write("in", latin).c_str(), nullptr);
+    EXPECT_EQ(document.writeToFile(path("out").c_str()), XMLError::none);
+    EXPECT_EQ(contentOf(path("out")), latin);  // its own declaration is the only one
+    EXPECT_EQ(document.writeToFile("/dev/full"), XMLError::cannotWrite);
+}
+
 TEST(Encodings, AreDetected) {
     const std::pair<const char*, XMLEncoding> rows[] = {
         {"<a>\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80</a>", utf8},
