@@ -75,9 +75,13 @@ def test_slow_script(nas, daemon):
         write("Downloader start\n")
         wait_until(lambda: script("Downloader", "rcS") in calls.read_text())
         assert text(payload("GetStatus"), "errRtn") == "success" and daemon.fds() == descriptors
+
+
+def test_slow_registry_tool(nas, daemon):
+    """What waits for it keeps no socket open: another agent can start."""
     nas.replace("/sbin/rdconf", "exec sleep 600\n")
     write("Downloader start\n")
-    with sleeper():  # what waits for it keeps no socket open, or no other agent could start
+    with sleeper():
         waits = Path("/proc", str(next(pid for pid in agents() if pid != daemon.pid)), "fd")
         wait_until(lambda: not any("socket" in os.readlink(fd) for fd in waits.iterdir()))
 
