@@ -130,6 +130,7 @@ def test_start_and_crash_on_a_bad_disk(disk, start_daemon):
 @NO_LIMIT
 @pytest.mark.parametrize("address", [TCP, CHANNEL])
 def test_no_descriptor_for_a_client(daemon, address):
+    assert result(("Nope",), address) == "invalid_command"  # it has made all that it keeps
     used = {int(number) for number in os.listdir(f"/proc/{daemon.pid}/fd")}
     limits = resource.prlimit(daemon.pid, resource.RLIMIT_NOFILE)
     resource.prlimit(daemon.pid, resource.RLIMIT_NOFILE, (min(set(range(999)) - used), limits[1]))
