@@ -9,7 +9,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import agents
+from conftest import agents, run
 from box import payload, settle, sleeper, text, wait_until
 
 PIPE = "/tmp/Torvik.ServicePipe"
@@ -81,9 +81,14 @@ def test_slow_registry_tool(nas, daemon):
     """What waits for it keeps no socket open: another agent can start."""
     nas.replace("/sbin/rdconf", "exec sleep 600\n")
     write("Downloader start\n")
+
+    def held():
+        """The descriptors of the agent's children: that of the tool's output, when one waits."""
+        return "".join(run("ls", "-l", f"/proc/{pid}/fd").stdout
+                       for pid in agents() if pid != daemon.pid)
+
     with sleeper():
-        waits = Path("/proc", str(next(pid for pid in agents() if pid != daemon.pid)), "fd")
-        wait_until(lambda: not any("socket" in os.readlink(fd) for fd in waits.iterdir()))
+        wait_until(lambda: "pipe" in (found := held()) and "socket" not in found)
 
 
 @pytest.mark.parametrize("occupy, stays", [
