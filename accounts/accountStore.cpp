@@ -57,8 +57,8 @@ bool readLineWith(FILE* file, AccountLine& line, const char* word) {
     return false;
 }
 
-/// Without opening it: a home is its user's own, who may have put a pipe or a link to a device where
-/// the picture belongs.
+/// Without opening it: a home is its user's own, who may have put a pipe or a link to a device
+/// where the picture belongs.
 bool canBeRead(const char* path) {
     struct stat status {};
     return stat(path, &status) == 0 && S_ISREG(status.st_mode) && access(path, R_OK) == 0;
