@@ -1,12 +1,9 @@
-"""The box's own tools: what wrconf makes of files, the session's environment, the desktop
-and the sample packages."""
-import base64
+"""The box itself: what wrconf makes of files, and the tour through everything else that it has."""
 import os
-import subprocess
+from pathlib import Path
 
 import pytest
 
-from box import processes, text, wait_until
 from conftest import run
 
 
@@ -40,33 +37,7 @@ def test_wrconf_refuses_what_would_not_be_read_back(tmp_path, words):
     assert file.read_text(encoding="utf-8") == "[A]\nk = old\n"
 
 
-def test_session_environment(desktop):
-    decoded = {name: base64.b64decode(text(run("/opt/bin/zelvshmenv", "-r").stdout, name) or "")
-               for name in ("NasUser", "NasGroupID", "DISPLAY")}
-    assert decoded == {"NasUser": b"admin", "NasGroupID": b"0", "DISPLAY": b":0"}
-    run("/sbin/wrconf", "ZelvRemote", "Logout", "yes", "-f", "/root/.config/ZELV/KALLO.conf")
-    assert run("/opt/bin/zelvshmenv", "-w").returncode == 0
-    left = run("/opt/bin/zelvshmenv", "-r").stdout
-    assert text(left, "NasUser") is None and text(left, "DISPLAY")
-    desktop.stop()
-    assert run("/opt/bin/zelvshmenv", "-r").returncode == 1
-    desktop.start("alice")
-    assert base64.b64decode(text(run("/opt/bin/zelvshmenv", "-r").stdout, "NasGroupID")) == b"100"
-
-
-def test_desktop_and_sample_packages(desktop):
-    def lines(word):
-        return [line for *_, line in processes() if word in line]
-
-    player = "/share/Volume1/vexa/Player"
-    with subprocess.Popen([f"{player}/player-tv", "--fullscreen"], start_new_session=True) as program:
-        try:
-            wait_until(lambda: "Player" in run("/usr/bin/wmctrl", "-lp").stdout)
-            # A script's child has its command line until it has become another program.
-            wait_until(lambda: len(lines("torvik/KALLO")) == 1 and len(lines("player-tv")) == 1)
-            assert run(f"{player}/stop").returncode == 0 and program.wait(10) == 0
-        finally:
-            program.terminate()
-    assert "Player" not in run("/usr/bin/wmctrl", "-lp").stdout
-    desktop.stop()
-    assert not lines("torvik/KALLO") and run("/usr/bin/wmctrl", "-lp").returncode == 1
+def test_tour():
+    """./dev demo, whose steps know the status that they have to end with."""
+    tour = run("/bin/sh", Path(__file__).resolve().parents[2] / "nasbox/demo")
+    assert tour.returncode == 0, tour.stdout

@@ -12,7 +12,6 @@ import pytest
 
 from box import (CHANNEL, WRAP, announced, ask, built_with, connect, payload, receive, request,
                  text, wait_until)
-from conftest import run
 
 PAD_ICON = Path("/share/Volume1/vexa/Player/.kallo/images/pad.png")
 IMAGE_SIZE = 5_000_000
@@ -76,12 +75,6 @@ def test_without_standard_streams(nas, start_daemon, streams):
     wait_until(lambda: text(payload("ListVEXA"), "displayName") == "Changed")
     if streams == "closed" and not WRAP:
         assert {os.readlink(f"/proc/{agent.pid}/fd/{fd}") for fd in range(3)} == {"/dev/null"}
-
-
-def test_tour():
-    """./dev demo, whose steps know the status that they have to end with."""
-    tour = run("/bin/sh", Path(__file__).resolve().parents[2] / "nasbox/demo")
-    assert tour.returncode == 0, tour.stdout
 
 
 def resident(agent):
