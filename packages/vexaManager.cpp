@@ -102,9 +102,7 @@ int CVexaManager::OnEvent(corex::Inotify& /*source*/, const inotify_event* event
     }
     const RegistryStamp before = registryStamp();
     std::string checksum = registryChecksum();
-    // No checksum means that no tool can be run now, the one that a reload asks for the packages'
-    // rights neither: the list of before is the better one.
-    if (!checksum.empty() && checksum != m_checksum) {
+    if (checksum != m_checksum) {
         reload_();
         m_refreshed = true;
         // A change in the meantime brings another event, which must find this list outdated even
