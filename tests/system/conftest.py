@@ -25,6 +25,9 @@ if TREE.is_absolute():
     for sanitizer in ("ASAN", "UBSAN", "LSAN", "TSAN"):
         options = os.environ.get(f"{sanitizer}_OPTIONS", "")
         os.environ[f"{sanitizer}_OPTIONS"] = f"{options}:log_path={REPORT}"
+# The report of a crash is put together in the signal's handler, of which ThreadSanitizer warns.
+CRASH_ENV = {**os.environ,
+             "TSAN_OPTIONS": os.environ.get("TSAN_OPTIONS", "") + " report_signal_unsafe=0"}
 
 
 def remove(path):

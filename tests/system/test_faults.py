@@ -17,7 +17,7 @@ import pytest
 
 from box import (CHANNEL, TCP, ask, connect, payload, receive, request, sleeper, text, texts,
                  wait_until)
-from conftest import NO_CRASH, NO_LIMIT, remove, run
+from conftest import CRASH_ENV, NO_CRASH, NO_LIMIT, remove, run
 from test_clients import UNKNOWN
 
 HAND_OVER = Path("/usr/share/.kallo/.kallopw.log")
@@ -118,9 +118,7 @@ def test_disk(disk, start_daemon, nas, answer):
                                   for fault in ("full", "read-only")], indirect=True)
 def test_start_and_crash_on_a_bad_disk(disk, start_daemon):
     disk(True)
-    # The report of a crash is made where ThreadSanitizer warns of everything.
-    runtime = os.environ.get("TSAN_OPTIONS", "") + " report_signal_unsafe=0"
-    daemon = start_daemon(env={**os.environ, "TSAN_OPTIONS": runtime})
+    daemon = start_daemon(env=CRASH_ENV)
     assert run("/usr/sbin/kalloagent").returncode in (0, 255)  # no second one, whatever tells
     assert result(("Nope",)) == "invalid_command"
     daemon.process.send_signal(signal.SIGSEGV)
@@ -164,8 +162,9 @@ def no_process_for(agent):
         yield
     finally:
         resource.prlimit(agent.pid, resource.RLIMIT_NPROC, limits)
-        for sleeper in sleepers:
+        if sleepers:
             pid_max.write_text(before)
+        for sleeper in sleepers:
             sleeper.kill()
             sleeper.wait()
 

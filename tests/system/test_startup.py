@@ -11,7 +11,7 @@ from pathlib import Path
 import pytest
 
 from box import CHANNEL, ask, built_with, connect, process_named, request, wait_until
-from conftest import NO_CRASH, run
+from conftest import CRASH_ENV, NO_CRASH, run
 
 pytestmark = pytest.mark.usefixtures("nas")
 AGENT = "/usr/sbin/kalloagent"
@@ -117,10 +117,7 @@ def test_no_start_without_inotify():
 def test_crash_report(start_daemon, is_read):
     reader, writer = os.pipe()
     os.close(reader)
-    # The report is put together in the handler: what a crash leaves is worth the risk.
-    runtime = os.environ.get("TSAN_OPTIONS", "") + " report_signal_unsafe=0"
-    agent = start_daemon(env={**os.environ, "TSAN_OPTIONS": runtime},
-                         **({} if is_read else {"stdout": writer}))
+    agent = start_daemon(env=CRASH_ENV, **({} if is_read else {"stdout": writer}))
     os.close(writer)
     agent.process.send_signal(signal.SIGSEGV)
     assert agent.wait() == 0
