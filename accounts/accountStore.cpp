@@ -2,7 +2,6 @@
 
 #include <crypt.h>
 #include <shadow.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -15,6 +14,8 @@
 #include <string_view>
 #include <utility>
 
+#include "support/wholeFile.h"
+
 namespace {
 
 constexpr char kAdministrators[] = "administrators";
@@ -22,28 +23,19 @@ constexpr char kEveryone[] = "everyone";
 constexpr int kAdministratorsId = 0;
 constexpr int kEveryoneId = 100;
 
+constexpr const char* kSystemShadow = "/etc/shadow";
 constexpr size_t kPortraitPathSize = 512;
 constexpr size_t kLargestShadowEntry = size_t{1} << 20;
 
-struct FileCloser {
-    void operator()(FILE* file) const noexcept { fclose(file); }
-};
-using File = std::unique_ptr<FILE, FileCloser>;
-
-/// Close-on-exec, because another thread may start a package's script at any moment.
-File openText(const std::string& path) {
-    return File(fopen(path.c_str(), "re"));
-}
-
 /// What counts as one line of an account file: at most `Size` - 1 bytes, line end included. What a
 /// longer line holds beyond them comes as the next line.
-template <size_t Size>
-using Line = std::array<char, Size>;
+template <size_t kSize>
+using Line = std::array<char, kSize>;
 using AccountLine = Line<512>;
 using GroupLine = Line<1024>;
 
-template <size_t Size>
-bool readLine(FILE* file, Line<Size>& line) {
+template <size_t kSize>
+bool readLine(FILE* file, Line<kSize>& line) {
     return fgets(line.data(), static_cast<int>(line.size()), file) != nullptr;
 }
 
@@ -60,8 +52,7 @@ bool readLineWith(FILE* file, AccountLine& line, const char* word) {
 /// Without opening it: a home is its user's own, who may have put a pipe or a link to a device
 /// where the picture belongs.
 bool canBeRead(const char* path) {
-    struct stat status {};
-    return stat(path, &status) == 0 && S_ISREG(status.st_mode) && access(path, R_OK) == 0;
+    return support::isRegularFile(path) && access(path, R_OK) == 0;
 }
 
 /// Whether crypt(3) makes `hash` out of `password` and the settings in `hash`.
@@ -78,6 +69,9 @@ bool isHashOf(const std::string& password, const std::string& hash) {
 }  // namespace
 
 std::optional<std::string> AccountSources::systemShadowHash(const std::string& user) {
+    if (support::mayBlock(kSystemShadow)) {
+        return std::nullopt;  // the C library opens it without a look
+    }
     for (size_t size = 1024; size <= kLargestShadowEntry; size *= 2) {
         std::string buffer(size, '\0');
         spwd entry{};
@@ -100,7 +94,7 @@ AccountStore::AccountStore(AccountSources sources) : m_sources(std::move(sources
 }
 
 bool AccountStore::areHomesLinked_() const {
-    const File file = openText(m_sources.serverConf);
+    const support::Stream file = support::openRegularStream(m_sources.serverConf.c_str());
     AccountLine line;
     return file != nullptr && readLineWith(file.get(), line, "HomeLink") &&
            strstr(line.data(), "TRUE") != nullptr;
@@ -109,7 +103,7 @@ bool AccountStore::areHomesLinked_() const {
 /// The value of a line of the form "defVolMP = /share/VOLUME", as it stands: a line end belongs to
 /// it, so only a line that ends the file without one leads to portraits.
 std::string AccountStore::defaultVolume_() const {
-    const File file = openText(m_sources.shareInfo);
+    const support::Stream file = support::openRegularStream(m_sources.shareInfo.c_str());
     AccountLine line;
     if (file == nullptr || !readLineWith(file.get(), line, "defVolMP")) {
         return {};
@@ -139,7 +133,7 @@ void AccountStore::loadUsers_() {
     if (!place.homesLinked) {
         place.volume = defaultVolume_();
     }
-    const File file = openText(m_sources.shadow);
+    const support::Stream file = support::openRegularStream(m_sources.shadow.c_str());
     if (file == nullptr) {
         return;
     }
@@ -157,7 +151,7 @@ void AccountStore::loadUsers_() {
 }
 
 bool AccountStore::isInShadowFile_(const std::string& user) const {
-    const File file = openText(m_sources.shadow);
+    const support::Stream file = support::openRegularStream(m_sources.shadow.c_str());
     if (file == nullptr) {
         return false;
     }
@@ -186,7 +180,7 @@ int AccountStore::verifyPassword(const std::string& user, const std::string& pas
 
 const char* AccountStore::groupNameOf(const char* user) const {
     assert(user != nullptr);
-    const File file = openText(m_sources.group);
+    const support::Stream file = support::openRegularStream(m_sources.group.c_str());
     if (file == nullptr) {
         return nullptr;
     }

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "support/serverPaths.h"
+
 /// One server user.
 struct UserEntry {
     std::string name;      ///< account name
@@ -21,7 +23,7 @@ struct AccountSources {
     /// The system's shadow database, by getspnam_r(3). Any thread.
     static std::optional<std::string> systemShadowHash(const std::string& user);
 
-    std::string serverConf = "/etc/config/uVelt.conf";
+    std::string serverConf = server::kServerConf;
     std::string shareInfo = "/etc/config/def_share.info";
     std::string shadow = "/etc/config/shadow";
     std::string group = "/etc/config/group";

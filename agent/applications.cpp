@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "agent/agentLog.h"
 #include "agent/desktopCheck.h"
 #include "agent/kalloagent.h"
+#include "agent/logSources.h"
 #include "agent/response.h"
 #include "agent/settings.h"
 #include "support/commandOutput.h"
-#include "support/wordSplit.h"
+#include "support/process/wordSplit.h"
+#include "support/protocol.h"
 
 namespace {
 
@@ -22,19 +23,13 @@ const char* yesOrNo(bool value) {
 }
 
 void addPackage(XMLNode& document, const PackageRecord& package) {
-    XMLNode item = document.addChild("item");
+    XMLNode item = document.addChild(protocol::kItemElement);
     response::addElement(item, "name", package.name);
     response::addElement(item, "displayName", package.Display_Name);
     response::addElement(item, "version", package.Version);
     response::addElement(item, "uuid", package.identifier);
     response::addElement(item, "icon_phone", yesOrNo(!package.phoneIcon.empty()));
     response::addElement(item, "icon_pad", yesOrNo(!package.padIcon.empty()));
-}
-
-void logPassedOver(int line, const char* reason, const PackageRecord& package) {
-    support::logLine(agentLog::Colour::request,
-                     agentLog::at(line, "void CKalloAgent::getVEXAList(resultContent_t&)"),
-                     "%s...:%s\n", reason, package.name.c_str());
 }
 
 /// Whether the process list has a line with `match`.
@@ -50,16 +45,14 @@ bool isApplicationRunning(const std::string& match) {
 bool CKalloAgent::isAdministrator_() {
     std::vector<exportEnv_s> env;
     getKALLOPrivateEnv(env);
-    const auto group = std::find_if(env.begin(), env.end(), [](const exportEnv_s& variable) {
-        return variable.name == "NasGroupID";
-    });
+    const auto group = std::ranges::find(env, "NasGroupID", &exportEnv_s::name);
     return group != env.end() && group->value == kAdministratorsGroup;
 }
 
 bool CKalloAgent::isMultiWinWorkspace_() {
     const auto output = settings::read("TaskBar", "Enable", nullptr, kWorkspaceLimit);
     if (output && output->empty()) {
-        agentLog::readFailed(1244, "bool CKalloAgent::isMultiWinWorkspace_()");
+        logSources::logFailed(logSources::kWorkspace, "fread");
     }
     return output != "False" && output != "False\n";
 }
@@ -73,29 +66,30 @@ void CKalloAgent::getVEXAList(resultContent_t& result) {
     response::addKnown(document, "rux_build", m_ruxBuild);
     response::addKnown(document, "rux_num", m_ruxNumber);
     if (!isDesktopRunning()) {
-        response::addElement(document, "errRtn", response::codeText(response::kLoginRequired));
+        response::addResult(document, protocol::loginRequired);
     } else {
         const PackageListPtr packages = m_vexaManager->packages();
-        response::addElement(document, "errRtn", response::codeText(response::kSuccess));
+        response::addResult(document, protocol::success);
         for (const PackageRecord& package : *packages) {
             // Asked anew for every package: the user may change while the list is made.
             if (!isAdministrator_() && package.AdminOnly) {
-                logPassedOver(484, ">>1 admin", package);
+                support::logLine(support::Colour::request, logSources::kForAdministrators,
+                                 ">>1 admin...:%s\n", package.name.c_str());
             } else if (package.Enable) {
                 addPackage(document, package);
             } else {
-                logPassedOver(489, ">>2 disable", package);
+                support::logLine(support::Colour::request, logSources::kDisabled,
+                                 ">>2 disable...:%s\n", package.name.c_str());
             }
         }
     }
-    result.text = response::kDeclaration + response::render(document);
-    result.contentType = kTextAnswer;
+    response::finishDeclared(document, result);
 }
 
 void CKalloAgent::launch_(const XMLNode& param, resultContent_t& result) {
-    int code = response::kSuccess;
+    int code = protocol::success;
     if (!isDesktopRunning()) {
-        code = response::kLoginRequired;
+        code = protocol::loginRequired;
     } else if (param.text() != nullptr) {
         // A launch without a name starts nothing, and clients expect it to be a success.
         code = launchPackage_(param.text());
@@ -107,10 +101,10 @@ int CKalloAgent::launchPackage_(const std::string& name) {
     const PackageListPtr packages = m_vexaManager->packages();
     const PackageRecord* package = findPackage(*packages, name);
     if (package == nullptr) {
-        return response::kVexaNotFound;
+        return protocol::vexaNotFound;
     }
     if (package->AdminOnly && !isAdministrator_()) {
-        return response::kNoPermission;
+        return protocol::noPermission;
     }
     const std::string match = m_vexaManager->exeFilename(name);
     if (match.empty()) {
@@ -119,10 +113,10 @@ int CKalloAgent::launchPackage_(const std::string& name) {
         }
     } else if (isApplicationRunning(match)) {
         const bool second = isMultiWinWorkspace_() && m_vexaManager->multiWindow(name) == 0;
-        return second ? response::kInvalidCommand : response::kSuccess;
+        return second ? protocol::invalidCommand : protocol::success;
     }
     std::vector<exportEnv_s> env;
     getKALLOPrivateEnv(env);
     m_vexaManager->startVexaExec(name, env, false);
-    return response::kSuccess;
+    return protocol::success;
 }

@@ -8,7 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "agent/agentLog.h"
+#include "agent/logSources.h"
+#include "support/handles.h"
 
 namespace {
 
@@ -32,22 +33,19 @@ void reportLine(int file, const char* line, const char* printedAfter) {
 }
 
 void writeCrashReport(pid_t sender) {
-    const int file =
-        open(kCrashLog, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, kCrashLogMode);
+    const support::Descriptor file(
+        open(kCrashLog, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, kCrashLogMode));
     void* frames[kMaxFrames];
     const int count = backtrace(frames, kMaxFrames);
     char** symbols = backtrace_symbols(frames, count);
     char line[kCrashLine];
     snprintf(line, sizeof line, "[sig:%d  sig->pid:%d] self:%d\n", SIGSEGV, sender, getpid());
-    reportLine(file, line, "\n");
+    reportLine(file.get(), line, "\n");
     for (int i = 0; i < count && symbols != nullptr; ++i) {
         snprintf(line, sizeof line, "[sig:%d](%d): %s\n", SIGSEGV, i, symbols[i]);
-        reportLine(file, line, "");
+        reportLine(file.get(), line, "");
     }
     free(symbols);
-    if (file >= 0) {
-        close(file);
-    }
 }
 
 /// Lets the process end with status 0 also when the report itself crashes (the heap may be what is
@@ -82,10 +80,12 @@ void guardReport() {
 void signal_handler(int sig, siginfo_t* info, void* /*context*/) {
     if (sig == SIGSEGV) {
         guardReport();
-        // Nobody may be left to read the standard output; the file is still to be written.
+        // Nobody may be left to read the standard output, or it may be a file at its size limit;
+        // the report is still to be written.
         signal(SIGPIPE, SIG_IGN);
-        support::logLine(agentLog::Colour::resultType,
-                         agentLog::at(__LINE__, "void signal_handler(int, siginfo_t*, void*)"),
+        signal(SIGXFSZ, SIG_IGN);
+        support::logLine(support::Colour::resultType,
+                         logSources::here("void signal_handler(int, siginfo_t*, void*)"),
                          "sig:%d  pid:%d\n", SIGSEGV, info->si_pid);
         writeCrashReport(info->si_pid);
     }

@@ -4,10 +4,13 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <array>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "support/handles.h"
 
 namespace {
 
@@ -15,30 +18,58 @@ constexpr const char* kProcesses = "/proc";
 constexpr const char* kCommandLine = "/cmdline";
 constexpr std::string_view kDesktopMarker = "KALLO";
 constexpr std::string_view kWhitespace = " \t\n\v\f\r";
-constexpr size_t kChunk = 4096;
+constexpr size_t kChunk = 32768;
 
-/// Reads on until `word` holds the file's first word whole; whatever follows it stays behind it.
-/// The arguments in a command line are separated by NUL bytes, which end no word.
-void readFirstWord(int fd, std::string& word) {
-    size_t used = 0;
-    size_t start = std::string::npos;
+/// Where the marker stands in the file for the first time; nothing when it does not. The file is
+/// searched as fast as it is read: processes may have megabytes of arguments.
+std::optional<off_t> findMarker(int fd) {
+    std::array<char, kChunk> text;
+    size_t kept = 0;  // of the chunk before, in which the marker may have begun
+    off_t start = 0;  // of `text` in the file
     for (;;) {
-        const size_t searched = used;
-        word.resize(used + kChunk);
-        const ssize_t count = read(fd, word.data() + used, kChunk);
-        used += count > 0 ? static_cast<size_t>(count) : 0;
-        word.resize(used);
-        if (start == std::string::npos) {
-            start = word.find_first_not_of(kWhitespace);
+        const ssize_t count = read(fd, text.data() + kept, text.size() - kept);
+        if (count <= 0) {
+            return std::nullopt;
         }
-        const size_t end = start == std::string::npos
-                               ? start
-                               : word.find_first_of(kWhitespace, std::max(start, searched));
-        if (end != std::string::npos || count <= 0) {
-            word.resize(std::min(end, word.size()));
-            return;
+        const size_t length = kept + static_cast<size_t>(count);
+        const void* const found =
+            memmem(text.data(), length, kDesktopMarker.data(), kDesktopMarker.size());
+        if (found != nullptr) {
+            return start + (static_cast<const char*>(found) - text.data());
         }
+        kept = std::min(length, kDesktopMarker.size() - 1);
+        memmove(text.data(), text.data() + length - kept, kept);
+        start += static_cast<off_t>(length - kept);
     }
+}
+
+/// Whether the first word of the file goes on from its first letter up to `place`. The arguments in
+/// a command line are separated by NUL bytes, which end no word.
+bool isInFirstWord(int fd, off_t place) {
+    std::array<char, kChunk> buffer;
+    bool hasBegun = false;
+    for (off_t at = 0; at < place;) {
+        const auto wanted = std::min(buffer.size(), static_cast<size_t>(place - at));
+        const ssize_t count = pread(fd, buffer.data(), wanted, at);
+        if (count <= 0) {
+            return false;
+        }
+        std::string_view text(buffer.data(), static_cast<size_t>(count));
+        if (!hasBegun) {
+            text.remove_prefix(std::min(text.find_first_not_of(kWhitespace), text.size()));
+            hasBegun = !text.empty();
+        }
+        if (text.find_first_of(kWhitespace) != std::string_view::npos) {
+            return false;
+        }
+        at += count;
+    }
+    return true;
+}
+
+bool isDesktop(int fd) {
+    const std::optional<off_t> marker = findMarker(fd);
+    return marker && isInFirstWord(fd, *marker);
 }
 
 }  // namespace
@@ -50,20 +81,15 @@ bool isDesktopRunning() {
     }
     bool found = false;
     std::string path;
-    std::string word;
     while (const dirent* entry = found ? nullptr : readdir(processes)) {
         // Plain files hold no command line, and "." and ".." are no entries of the walk.
         if (entry->d_type == DT_REG || entry->d_name[0] == '.') {
             continue;
         }
         path.assign(entry->d_name).append(kCommandLine);
-        const int fd = openat(dirfd(processes), path.c_str(), O_RDONLY | O_CLOEXEC);
-        if (fd < 0) {
-            continue;
-        }
-        readFirstWord(fd, word);
-        close(fd);
-        found = word.find(kDesktopMarker) != std::string::npos;
+        const support::Descriptor file(
+            openat(dirfd(processes), path.c_str(), O_RDONLY | O_CLOEXEC));
+        found = file && isDesktop(file.get());
     }
     closedir(processes);
     return found;

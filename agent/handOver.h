@@ -2,18 +2,16 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace handOver {
 
-inline constexpr const char* kDirectory = "/usr/share/.kallo";
-inline constexpr const char* kPasswordFile = "/usr/share/.kallo/.kallopw.log";
-
 /// Replaces the file's content by `text`, making the directory when missing; a file that is made
-/// anew may be read by root alone. Returns true when the whole text was written, flushed, synced
-/// and closed without an error.
-bool store(const char* text);
+/// anew may be read by root alone. Returns true when the whole text, which is not empty, was
+/// written, synchronised and closed without an error. Never waits for a reader.
+bool store(std::string_view text);
 
-/// The whole file; empty when it cannot be read, whatever stands in its place.
+/// The whole file; empty when it cannot be read or is no regular file.
 std::string load();
 
 }  // namespace handOver

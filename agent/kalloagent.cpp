@@ -4,39 +4,41 @@
 #include <netinet/tcp.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <span>
 #include <thread>
 
-#include "agent/agentLog.h"
+#include "agent/logSources.h"
+#include "agent/settings.h"
 #include "socketcpp/TcpSocket.h"
 #include "socketcpp/UnixSocket.h"
 #include "support/confParser.h"
-#include "support/directories.h"
+#include "support/handles.h"
+#include "support/protocol.h"
+#include "support/serverPaths.h"
 
-using agentLog::at;
-using agentLog::Colour;
+using logSources::here;
+using support::Colour;
 using support::logLine;
 
 namespace {
 
-constexpr int kTcpPort = 9812;
-constexpr const char* kChannelPath = "/tmp/.kalloagent.channel";
+using protocol::kChannelPath;
+using protocol::kPort;
+
 constexpr int kFileSystemName = -1;
 constexpr int kBacklog = 1;
 constexpr int kEventBatch = 100;
 constexpr std::chrono::milliseconds kAcceptPause{100};
 
-constexpr const char* kSettingsDirectory = "/root/.config/ZELV";
-constexpr mode_t kSettingsMode = 0755;
-constexpr const char* kSettingsFiles[] = {"/root/.config/ZELV/KALLO.conf",
-                                          "/root/.config/ZELV/screen.conf"};
+constexpr const char* kPlatformConf = "/etc/platform.conf";
 
 constexpr const char* kInitialize = "int CKalloAgent::initialize()";
 constexpr const char* kExec = "int CKalloAgent::exec()";
@@ -44,13 +46,13 @@ constexpr const char* kExec = "int CKalloAgent::exec()";
 /// While it lives, an allocation that fails anywhere in the process says so and aborts.
 class NewFailureReport {
   public:
-    NewFailureReport() : m_before(std::set_new_handler(&report)) {}
+    NewFailureReport() : m_before(std::set_new_handler(&report_)) {}
     NewFailureReport(const NewFailureReport&) = delete;
     NewFailureReport& operator=(const NewFailureReport&) = delete;
     ~NewFailureReport() { std::set_new_handler(m_before); }
 
   private:
-    [[noreturn]] static void report() {
+    [[noreturn]] static void report_() {
         // No memory is left to build a line from.
         fprintf(stderr, "\033[1;31m[File:%s][Line:%d][Func:%s]: new() fail\n\033[m", "kalloagent",
                 __LINE__, "CKalloAgent::CKalloAgent()");
@@ -67,12 +69,18 @@ bool watchForClients(int epollFd, int listener) {
     return epoll_ctl(epollFd, EPOLL_CTL_ADD, listener, &event) == 0;
 }
 
-/// Logs an accept that failed. For want of descriptors or memory it has left its client in the
-/// queue and the listener ready, so the loop would come straight back, and fill the log, until
-/// something is freed: it rests a moment instead. The line names the TCP listener for both.
-void reportFailedAccept(int line) {
+bool hasClient(std::span<const epoll_event> events, int listener) {
+    return std::ranges::any_of(events, [listener](const epoll_event& event) {
+        return event.data.fd == listener && (event.events & EPOLLIN) != 0;
+    });
+}
+
+/// Logs an accept that failed; the line names the TCP listener for both. Without a descriptor or
+/// memory to spare the client stays in the queue, and its listener stays ready. The loop then rests
+/// a moment, or it would fill the log until something is freed.
+void reportFailedAccept(int line = __builtin_LINE()) {
     const int reason = errno;
-    logLine(Colour::error, at(line, kExec), "(%s) m_tcpPtr ... fail\n", strerror(reason));
+    logLine(Colour::error, here(kExec, line), "(%s) m_tcpPtr ... fail\n", strerror(reason));
     if (reason == EMFILE || reason == ENFILE || reason == ENOBUFS || reason == ENOMEM) {
         std::this_thread::sleep_for(kAcceptPause);
     }
@@ -119,9 +127,9 @@ void CKalloAgent::readIdentity_() {
             std::string* value;
         } keys[5];
     } sources[] = {
-        {"/etc/config/vexa.conf", {{"Torvik", "Version", &m_torvikVersion}}},
-        {"/etc/platform.conf", {{"MISC", "DISPLAY_NAME", &m_displayName}}},
-        {"/etc/config/uVelt.conf",
+        {server::kRegistryFile, {{"Torvik", "Version", &m_torvikVersion}}},
+        {kPlatformConf, {{"MISC", "DISPLAY_NAME", &m_displayName}}},
+        {server::kServerConf,
          {{"System", "Model", &m_model},
           {"System", "Internal Model", &m_internalModel},
           {"System", "Version", &m_ruxVersion},
@@ -141,82 +149,60 @@ void CKalloAgent::readIdentity_() {
     }
 }
 
-int CKalloAgent::prepareSettings_() {
-    if (access(kSettingsDirectory, F_OK) != 0 &&
-        support::makeDirectories(kSettingsDirectory, kSettingsMode) != 0) {
-        return -1;
-    }
-    for (const char* path : kSettingsFiles) {
-        if (access(path, F_OK) != 0) {
-            FILE* file = fopen(path, "w+e");
-            if (file != nullptr) {
-                fclose(file);
-            }
-        }
-    }
-    return 0;
-}
-
 int CKalloAgent::initialize() {
     // The desktop works without its settings files, so their failure stops nothing.
-    prepareSettings_();
-    if (!m_tcpPtr || m_tcpPtr->Bind(kTcpPort) != 0) {
-        logLine(Colour::error, at(__LINE__, kInitialize), "Tcp Socket bind at %d fail\n", kTcpPort);
+    settings::prepare();
+    if (!m_tcpPtr || m_tcpPtr->Bind(kPort) != 0) {
+        logLine(Colour::error, here(kInitialize), "Tcp Socket bind at %d fail\n", kPort);
         return -1;
     }
     if (m_tcpPtr->Listen(kBacklog) != 0) {
-        logLine(Colour::error, at(__LINE__, kInitialize), "Tcp Socket Listen at %d fail\n",
-                kTcpPort);
+        logLine(Colour::error, here(kInitialize), "Tcp Socket Listen at %d fail\n", kPort);
         return -1;
     }
     if (!m_unixPtr || m_unixPtr->Bind(kChannelPath, kFileSystemName) != 0) {
-        logLine(Colour::error, at(__LINE__, kInitialize), "Unix Socket bind at %s fail\n",
-                kChannelPath);
+        logLine(Colour::error, here(kInitialize), "Unix Socket bind at %s fail\n", kChannelPath);
         return -1;
     }
     if (m_unixPtr->Listen(kBacklog) != 0) {
         // Log filters know this line by the port.
-        logLine(Colour::error, at(__LINE__, kInitialize), "Unix Socket Listen at %d fail\n",
-                kTcpPort);
+        logLine(Colour::error, here(kInitialize), "Unix Socket Listen at %d fail\n", kPort);
         return -1;
     }
     return 0;
 }
 
 int CKalloAgent::exec() {
-    const int epollFd = epoll_create1(EPOLL_CLOEXEC);
-    if (epollFd < 0) {
-        logLine(Colour::error, at(__LINE__, kExec), "epoll_create1() ... fail\n");
+    const support::Descriptor epoll(epoll_create1(EPOLL_CLOEXEC));
+    if (!epoll) {
+        logLine(Colour::error, here(kExec), "epoll_create1() ... fail\n");
         return -1;
     }
     const int tcp = m_tcpPtr->GetSocket();
     const int local = m_unixPtr->GetSocket();
-    if (!watchForClients(epollFd, tcp) || !watchForClients(epollFd, local)) {
-        logLine(Colour::error, at(__LINE__, kExec), "epollAddWatch__() ... fail\n");
-        close(epollFd);
+    if (!watchForClients(epoll.get(), tcp) || !watchForClients(epoll.get(), local)) {
+        logLine(Colour::error, here(kExec), "epollAddWatch__() ... fail\n");
         return -1;
     }
     epoll_event events[kEventBatch];
     for (;;) {
-        const int count = epoll_wait(epollFd, events, kEventBatch, -1);
+        const int count = epoll_wait(epoll.get(), events, kEventBatch, -1);
         if (count < 0) {
             const int reason = errno;
             // The line is fixed, its "%s" included.
-            logLine(Colour::error, at(__LINE__, kExec), "epoll_wait() ...%%s fail\n");
+            logLine(Colour::error, here(kExec), "epoll_wait() ...%%s fail\n");
             if (reason == EINTR) {
                 continue;
             }
-            close(epollFd);
             return -1;
         }
-        for (int i = 0; i < count; ++i) {
-            const bool readable = (events[i].events & EPOLLIN) != 0;
-            if (readable && events[i].data.fd == tcp) {
-                acceptTcp_();
-            }
-            if (readable && events[i].data.fd == local) {
-                acceptUnix_();
-            }
+        const std::span<const epoll_event> batch(events, static_cast<size_t>(std::max(count, 0)));
+        // Whatever the order of the events, which goes by who was served last.
+        if (hasClient(batch, tcp)) {
+            acceptTcp_();
+        }
+        if (hasClient(batch, local)) {
+            acceptUnix_();
         }
     }
 }
@@ -224,7 +210,7 @@ int CKalloAgent::exec() {
 void CKalloAgent::acceptTcp_() {
     std::unique_ptr<corex::Socket> connection(m_tcpPtr->Accept());
     if (!connection) {
-        reportFailedAccept(__LINE__);
+        reportFailedAccept();
         return;
     }
     tcpSocketConfig_(connection->GetSocket());
@@ -234,7 +220,7 @@ void CKalloAgent::acceptTcp_() {
 void CKalloAgent::acceptUnix_() {
     std::unique_ptr<corex::Socket> connection(m_unixPtr->Accept());
     if (!connection) {
-        reportFailedAccept(__LINE__);
+        reportFailedAccept();
         return;
     }
     unixIpcProcess_(std::move(connection));
@@ -244,13 +230,13 @@ int CKalloAgent::tcpSocketConfig_(int fd) {
     constexpr const char* kFunction = "int CKalloAgent::tcpSocketConfig_(int)";
     int result = setsockopt(fd, SOL_SOCKET, SO_LINGER, &kLinger, sizeof kLinger);
     if (result != 0) {
-        logLine(Colour::none, at(__LINE__, kFunction), "set SO_LINGER fail\n");
+        logLine(Colour::none, here(kFunction), "set SO_LINGER fail\n");
         return result;
     }
     for (const ConnectionOption& option : kKeepAlive) {
         result = setsockopt(fd, option.level, option.name, &option.value, sizeof option.value);
         if (result != 0) {
-            logLine(Colour::none, at(__LINE__, kFunction), "%s", option.failure);
+            logLine(Colour::none, here(kFunction), "%s", option.failure);
             return result;
         }
     }

@@ -51,50 +51,50 @@ class CKalloAgent {
 
   private:
     friend class AgentProbe;  // the fuzz target "request", which serves connections of its own
+    using Self = CKalloAgent;
+    struct Call;
     struct Command;
     static const Command kCommands[];
 
     // kalloagent.cpp: construction and the loop
     void readIdentity_();
-    static int prepareSettings_();
     int tcpSocketConfig_(int fd);
     void acceptTcp_();
     void acceptUnix_();
 
     // conversation.cpp: one connection from request to close
-    using Dispatch = void (CKalloAgent::*)(const char* command, const XMLNode& request,
-                                           resultContent_t& result);
+    using Respond = void (CKalloAgent::*)(const char* command, const XMLNode& request,
+                                          resultContent_t& result);
+    int tcpProcess_(std::unique_ptr<corex::Socket> connection);
+    int unixIpcProcess_(std::unique_ptr<corex::Socket> connection);
     int converse_(std::unique_ptr<corex::Socket>& connection, const char* function,
-                  Dispatch dispatch);
-    void serve_(const char* text, Dispatch dispatch, resultContent_t& result);
+                  Respond respond);
     int ackToClient_(const resultContent_t& result, std::unique_ptr<corex::Socket>& connection);
+
+    // response.cpp: the documents that all answers have in common
+    [[nodiscard]] XMLNode beginAnswer_() const;
     void errorResponse_(int code, resultContent_t& result);
     static void sizeDocument_(size_t length, std::string& out);
-    [[nodiscard]] XMLNode beginAnswer_() const;
 
-    // clientProtocol.cpp: the commands of a client app
-    int tcpProcess_(std::unique_ptr<corex::Socket> connection);
-    void dispatchCommand_(const char* command, const XMLNode& request, resultContent_t& result);
-    void getIcon_(const XMLNode& request, resultContent_t& result);
+    // commandTable.cpp: from a client app's command to its handler
+    void runCommand_(const char* command, const XMLNode& request, resultContent_t& result);
 
     // localChannel.cpp: the command of programs on this machine
-    int unixIpcProcess_(std::unique_ptr<corex::Socket> connection);
-    void dispatchLocal_(const char* command, const XMLNode& request, resultContent_t& result);
+    void runLocalCommand_(const char* command, const XMLNode& request, resultContent_t& result);
     void getPassword_(resultContent_t& result);
 
-    // session.cpp: settings and the user of the desktop
-    void getSettings_(resultContent_t& result);
-    void setAutoLogin_(const XMLNode& param, resultContent_t& result);
-    void getCurrentUser_(resultContent_t& result);
+    // Handlers, each in the file of its concern
+    void getStatus_(resultContent_t& result);                           // windows.cpp
+    void getIcon_(const XMLNode& request, resultContent_t& result);     // icons.cpp
+    void launch_(const XMLNode& param, resultContent_t& result);        // applications.cpp
+    void getSettings_(resultContent_t& result);                         // session.cpp
+    void setAutoLogin_(const XMLNode& param, resultContent_t& result);  // session.cpp
+    void getCurrentUser_(resultContent_t& result);                      // session.cpp
 
-    // applications.cpp: the packages on the screen
+    // applications.cpp: what a launch goes by
     bool isAdministrator_();
     bool isMultiWinWorkspace_();
-    void launch_(const XMLNode& param, resultContent_t& result);
     int launchPackage_(const std::string& name);
-
-    // windows.cpp: what the screen shows
-    void getStatus_(resultContent_t& result);
 
     std::unique_ptr<corex::Socket> m_tcpPtr;
     std::unique_ptr<corex::Socket> m_unixPtr;

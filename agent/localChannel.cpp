@@ -7,6 +7,7 @@
 #include "agent/kalloagent.h"
 #include "agent/response.h"
 #include "support/base64.h"
+#include "support/protocol.h"
 
 namespace {
 
@@ -24,26 +25,22 @@ std::string storedPassword() {
 
 }  // namespace
 
-int CKalloAgent::unixIpcProcess_(std::unique_ptr<corex::Socket> connection) {
-    return converse_(connection, "int CKalloAgent::unixIpcProcess_(std::unique_ptr<corex::Socket>)",
-                     &CKalloAgent::dispatchLocal_);
-}
-
-void CKalloAgent::dispatchLocal_(const char* command, const XMLNode& /*request*/,
-                                 resultContent_t& result) {
-    if (strcmp(command, "GetPassword") == 0) {
+void CKalloAgent::runLocalCommand_(const char* command, const XMLNode& /*request*/,
+                                   resultContent_t& result) {
+    if (strcmp(command, protocol::kGetPassword) == 0) {
         getPassword_(result);
     } else {
-        errorResponse_(response::kInvalidCommand, result);
+        errorResponse_(protocol::invalidCommand, result);
     }
 }
 
 void CKalloAgent::getPassword_(resultContent_t& result) {
     const std::string password = storedPassword();
     XMLNode document = response::newDocument();
-    response::addElement(document, "torvik_ver", m_torvikVersion);
+    response::addElement(document, protocol::kDesktopVersionElement, m_torvikVersion);
     response::addElement(document, "passwd", support::base64Encode(password));
-    response::addElement(document, "errRtn", password.empty() ? "fail" : "success");
-    result.text = response::render(document);
-    result.contentType = kTextAnswer;
+    response::addElement(
+        document, protocol::kResultElement,
+        password.empty() ? protocol::kFail : protocol::kResultTexts[protocol::success]);
+    response::finish(document, result);
 }

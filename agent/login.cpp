@@ -7,31 +7,26 @@
 #include <cstring>
 
 #include "accounts/accountStore.h"
-#include "agent/agentLog.h"
 #include "agent/credentialBlock.h"
 #include "agent/desktopCheck.h"
 #include "agent/handOver.h"
 #include "agent/kalloagent.h"
+#include "agent/logSources.h"
 #include "agent/response.h"
 #include "agent/settings.h"
 #include "support/commandOutput.h"
-#include "support/wordSplit.h"
+#include "support/handles.h"
+#include "support/process/wordSplit.h"
+#include "support/protocol.h"
 
 namespace {
 
 using credentialBlock::Block;
 
-// One byte of a block always stays 0, so what is read is a text.
+// One byte of a block stays 0, so that what is read is a text for the C library.
 constexpr size_t kDecodedLimit = credentialCipher::kCredentialBlockSize - 1;
-constexpr mode_t kScratchMode = 0600;
 constexpr const char* kScratchFile = "/tmp/.en.pn.lo";
-constexpr const char* kEncodeScratch = "cat /tmp/.en.pn.lo | /usr/bin/base64";
-
-constexpr const char* kLogin =
-    "void CKalloAgent::login(const unsigned char*, const unsigned char*, resultContent_t&)";
-constexpr const char* kLogin2 =
-    "void CKalloAgent::loginWithoutAES(const unsigned char*, const unsigned char*, "
-    "resultContent_t&)";
+constexpr mode_t kScratchMode = 0600;
 
 /// How a log-in ends.
 enum class Outcome {
@@ -40,72 +35,69 @@ enum class Outcome {
     silent  ///< a tool gave nothing to work with: the client gets no answer
 };
 
-void reportFailure(const char* function, int line, const char* call) {
-    support::logLine(agentLog::Colour::none, agentLog::at(line, function), "%s() ... fail\n", call);
-}
+/// The two values of a request, as texts or decoded.
+template <typename Value>
+struct Credentials {
+    Value user{};
+    Value password{};
+};
+using Texts = Credentials<const char*>;
+using Blocks = Credentials<Block>;
+
+/// Where the lines about a value that could not be decoded come from.
+using Places = Credentials<const support::LogSource&>;
 
 /// Decodes a base64 value of a request into a zeroed block, at most 63 bytes of it. The value
 /// stands between single quotes as it came, so one that holds a quote is cut into other words.
-Outcome decodeValue(const unsigned char* value, Block& block, const char* function, int line) {
-    const std::string command = std::string("/bin/echo '") + reinterpret_cast<const char*>(value) +
-                                "' | /usr/bin/base64 -d";
+Outcome decodeValue(const char* value, Block& block, const support::LogSource& source) {
+    const std::string command = std::string("/bin/echo '") + value + "' | /usr/bin/base64 -d";
     const auto output = support::readCommandOutput(support::splitWords(command), kDecodedLimit);
     if (!output) {
         return Outcome::refused;
     }
     if (output->empty()) {
-        reportFailure(function, line, "fread");
+        logSources::logFailed(source, "fread");
         return Outcome::silent;
     }
-    std::copy(output->begin(), output->end(), block.begin());
+    std::ranges::copy(*output, block.begin());
     return Outcome::success;
 }
 
-/// The two values of a request.
-struct Credentials {
-    Block user{};
-    Block password{};
-};
-
-/// Where the lines about a value that could not be decoded say that they come from.
-struct LogPlace {
-    const char* function;
-    int userLine;
-    int passwordLine;
-};
-
-Outcome decodeValues(const unsigned char* user, const unsigned char* password,
-                     const LogPlace& place, Credentials& decoded) {
-    const Outcome outcome = decodeValue(user, decoded.user, place.function, place.userLine);
+Outcome decodeValues(const Texts& texts, const Places& places, Blocks& decoded) {
+    const Outcome outcome = decodeValue(texts.user, decoded.user, places.user);
     return outcome == Outcome::success
-               ? decodeValue(password, decoded.password, place.function, place.passwordLine)
+               ? decodeValue(texts.password, decoded.password, places.password)
                : outcome;
 }
 
-/// Enciphers a block by way of the scratch file and the encoder, which both have to work.
-Outcome encodeBlock(const AesKeys& keys, Block& block) {
-    credentialCipher::encrypt(keys, block.size(), block.data(), block.data());
-    // Made anew each time: whoever put a file or a link of that name there first would read the
-    // password, or choose where it is written.
+/// Makes the scratch file anew: whoever put a file or a link of that name there first would read
+/// the password, or choose where it is written.
+support::Descriptor makeScratchFile() {
     unlink(kScratchFile);
-    const int scratch =
-        open(kScratchFile, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kScratchMode);
-    if (scratch < 0) {
+    return support::Descriptor(
+        open(kScratchFile, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kScratchMode));
+}
+
+/// Enciphers a block into the scratch file and has it encoded. Both have to work, although nobody
+/// uses the text: the desktop gets the one that the client sent.
+Outcome encodeBlock(const AesKeys& keys, Block block) {
+    credentialCipher::encrypt(keys, block.size(), block.data(), block.data());
+    support::Descriptor scratch = makeScratchFile();
+    if (!scratch) {
         return Outcome::refused;
     }
-    const ssize_t written = write(scratch, block.data(), block.size());
-    close(scratch);
-    if (written <= 0) {
-        reportFailure(kLogin2, 760, "write");
+    if (write(scratch.get(), block.data(), block.size()) <= 0) {
+        logSources::logFailed(logSources::kScratchWrite, "write");
         return Outcome::silent;
     }
-    const auto encoded =
-        support::readCommandOutput(support::splitWords(kEncodeScratch), block.size());
+    scratch.reset();
+    const std::string command = std::string("cat ") + kScratchFile + " | /usr/bin/base64";
+    const auto encoded = support::readCommandOutput(support::splitWords(command), block.size());
     if (!encoded) {
         return Outcome::refused;
     }
     if (encoded->empty()) {
-        reportFailure(kLogin2, 769, "fread");
+        logSources::logFailed(logSources::kScratchEncoder, "fread");
         return Outcome::silent;
     }
     unlink(kScratchFile);
@@ -113,8 +105,8 @@ Outcome encodeBlock(const AesKeys& keys, Block& block) {
 }
 
 /// Leaves the password text as the client sent it, and records the log-in in the settings.
-Outcome recordLogin(const unsigned char* password, const std::vector<std::string>& user) {
-    if (!handOver::store(reinterpret_cast<const char*>(password))) {
+Outcome recordLogin(const char* password, const std::vector<std::string>& user) {
+    if (!handOver::store(password)) {
         return Outcome::refused;
     }
     settings::write("ZelvRemote", "Login", user);
@@ -122,11 +114,11 @@ Outcome recordLogin(const unsigned char* password, const std::vector<std::string
 }
 
 /// A log-in whose values are enciphered and then base64.
-Outcome logInEnciphered(const AesKeys& keys, const unsigned char* user,
-                        const unsigned char* password) {
+Outcome logInEnciphered(const AesKeys& keys, const Texts& texts) {
     const AccountStore accounts;
-    Credentials decoded;
-    const Outcome outcome = decodeValues(user, password, {kLogin, 645, 661}, decoded);
+    Blocks decoded;
+    const Outcome outcome =
+        decodeValues(texts, {logSources::kLoginUser, logSources::kLoginPassword}, decoded);
     if (outcome != Outcome::success) {
         return outcome;
     }
@@ -134,14 +126,15 @@ Outcome logInEnciphered(const AesKeys& keys, const unsigned char* user,
                                 credentialBlock::decipheredText(keys, decoded.password)) != 0) {
         return Outcome::refused;
     }
-    return recordLogin(password, {reinterpret_cast<const char*>(user)});
+    return recordLogin(texts.password, {texts.user});
 }
 
 /// A log-in whose values are base64 only.
-Outcome logInPlain(const AesKeys& keys, const unsigned char* user, const unsigned char* password) {
+Outcome logInPlain(const AesKeys& keys, const Texts& texts) {
     const AccountStore accounts;
-    Credentials decoded;
-    Outcome outcome = decodeValues(user, password, {kLogin2, 730, 740}, decoded);
+    Blocks decoded;
+    Outcome outcome =
+        decodeValues(texts, {logSources::kLogin2User, logSources::kLogin2Password}, decoded);
     if (outcome != Outcome::success) {
         return outcome;
     }
@@ -149,43 +142,39 @@ Outcome logInPlain(const AesKeys& keys, const unsigned char* user, const unsigne
                                 credentialBlock::textOf(decoded.password)) != 0) {
         return Outcome::refused;
     }
-    // As many bytes as the base64 text has characters: more than it decodes to, so that a zero byte
-    // ends the password.
-    const size_t length = strlen(reinterpret_cast<const char*>(password));
-    Block block = credentialBlock::filledBlock(decoded.password, length);
-    outcome = encodeBlock(keys, block);
-    // The desktop reads the text that the client sent, and asks for the user itself.
-    return outcome == Outcome::success ? recordLogin(password, {}) : outcome;
+    // The length is that of the base64 text, which is longer than what it decodes to: a zero byte
+    // behind the password goes into the block with it.
+    const size_t length = strlen(texts.password);
+    outcome = encodeBlock(keys, credentialBlock::filledBlock(decoded.password, length));
+    // No user is recorded: the desktop asks for it then.
+    return outcome == Outcome::success ? recordLogin(texts.password, {}) : outcome;
 }
 
-using LogIn = Outcome (*)(const AesKeys&, const unsigned char*, const unsigned char*);
+using LogIn = Outcome (*)(const AesKeys&, const Texts&);
 
-Outcome logIn(LogIn method, const AesKeys& keys, const unsigned char* user,
-              const unsigned char* password) {
-    if (isDesktopRunning() || user == nullptr || password == nullptr) {
-        return Outcome::refused;
+void logIn(LogIn method, const AesKeys& keys, const unsigned char* user,
+           const unsigned char* password, XMLNode document, resultContent_t& result) {
+    Outcome outcome = Outcome::refused;
+    if (!isDesktopRunning() && user != nullptr && password != nullptr) {
+        outcome = method(
+            keys, {reinterpret_cast<const char*>(user), reinterpret_cast<const char*>(password)});
     }
-    return method(keys, user, password);
-}
-
-void answer(Outcome outcome, XMLNode document, resultContent_t& result) {
-    if (outcome == Outcome::silent) {
-        return;
+    if (outcome != Outcome::silent) {
+        response::addElement(
+            document, protocol::kResultElement,
+            outcome == Outcome::success ? protocol::kLoginSuccess : protocol::kLoginFail);
+        response::finish(document, result);
     }
-    response::addElement(document, "errRtn",
-                         outcome == Outcome::success ? "login_success" : "login_fail");
-    result.text = response::render(document);
-    result.contentType = kTextAnswer;
 }
 
 }  // namespace
 
 void CKalloAgent::login(const unsigned char* user, const unsigned char* password,
                         resultContent_t& result) {
-    answer(logIn(logInEnciphered, *m_aesKeys, user, password), beginAnswer_(), result);
+    logIn(logInEnciphered, *m_aesKeys, user, password, beginAnswer_(), result);
 }
 
 void CKalloAgent::loginWithoutAES(const unsigned char* user, const unsigned char* password,
                                   resultContent_t& result) {
-    answer(logIn(logInPlain, *m_aesKeys, user, password), beginAnswer_(), result);
+    logIn(logInPlain, *m_aesKeys, user, password, beginAnswer_(), result);
 }

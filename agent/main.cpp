@@ -5,18 +5,18 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "agent/agentLog.h"
 #include "agent/crashReport.h"
 #include "agent/kalloagent.h"
-#include "agent/singleInstance.h"
+#include "agent/logSources.h"
+#include "agent/pidFile.h"
 #include "packages/vexabind.h"
 
 namespace {
 
 constexpr const char* kServicePipe = "/tmp/Torvik.ServicePipe";
 
-void report(int line, const char* text) {
-    support::logLine(agentLog::Colour::error, agentLog::at(line, "int main()"), "%s", text);
+void report(const char* text, int line = __builtin_LINE()) {
+    support::logLine(support::Colour::error, logSources::here("int main()", line), "%s", text);
 }
 
 /// Puts "/dev/null" in the place of standard streams that are closed: a listener would get their
@@ -38,7 +38,7 @@ int main() {
     CKalloAgent agent;
     VexaBind serviceBinding(kServicePipe);
     if (anotherInstanceRuns()) {
-        report(__LINE__, "kalloagent alread exist!!\n");
+        report("kalloagent alread exist!!\n");
         exit(0);
     }
     const int initialized = agent.initialize();
@@ -48,7 +48,7 @@ int main() {
     installSignalHandlers();
     [[maybe_unused]] const int moved = chdir("/");
     if (serviceBinding.init() != 0 || serviceBinding.start() != 0) {
-        report(__LINE__, "vexaBind init fail!!\n");
+        report("vexaBind init fail!!\n");
     }
     agent.exec();
     serviceBinding.stop();

@@ -1,41 +1,32 @@
-// The envelope that every answer shares, and rendering it.
+// The documents that the agent answers with: building them, and leaving them in a request's result.
 #pragma once
 
 #include <string>
 
+#include "agent/resultContent.h"
 #include "support/xmlParser.h"
 
 namespace response {
 
-inline constexpr const char* kRootElement = "ZelvDocRoot";
-inline constexpr const char* kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-
-/// Codes of the `errRtn` element.
-enum Code : int {
-    kSuccess = 0,
-    kNoPermission = 1,
-    kLoginRequired = 2,
-    kParameterRequired = 3,
-    kVexaNotFound = 4,
-    kInvalidCommand = 5
-};
-
-/// The text that clients know a code by; "fail" for a code outside the list.
-const char* codeText(int code) noexcept;
-
 /// A new document: the root element with its version attribute.
 XMLNode newDocument();
 
-/// Adds `<name>text</name>`.
+/// Adds `<name>text</name>`, the text up to its first NUL byte. What of it cannot stand in a
+/// document becomes U+FFFD, here and nowhere else, so that every answer is well-formed XML in
+/// UTF-8.
 void addElement(XMLNode& parent, const char* name, const std::string& text);
 
 /// The same, but only when there is a text.
 void addKnown(XMLNode& parent, const char* name, const std::string& text);
 
-/// The indented text of a document, without declaration.
-std::string render(const XMLNode& document);
+/// Adds the result element with the text that clients know `code` by; any code outside
+/// protocol::ResultCode is a plain failure.
+void addResult(XMLNode& document, int code);
 
-/// The document that announces a payload of `length` bytes.
-std::string sizeDocument(size_t length);
+/// Leaves the indented text of `document` in `result`, without a declaration.
+void finish(const XMLNode& document, resultContent_t& result);
+
+/// The same behind a declaration, as apps know two of the answers.
+void finishDeclared(const XMLNode& document, resultContent_t& result);
 
 }  // namespace response

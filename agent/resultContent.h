@@ -5,14 +5,14 @@
 #include <string>
 
 /// Values of resultContent_t::contentType.
-enum : int {
-    kNoAnswer = 0,     ///< nothing is sent; the client sees the connection close
-    kTextAnswer = 1,   ///< the XML document in `text`
-    kBinaryAnswer = 2  ///< `dataSize` bytes at `data`
+enum ContentType : int {
+    noAnswer = 0,     ///< nothing is sent; the client sees the connection close
+    textAnswer = 1,   ///< the XML document in `text`
+    binaryAnswer = 2  ///< `dataSize` bytes at `data`
 };
 
 struct resultContent_t {
-    int contentType = kNoAnswer;
+    int contentType = noAnswer;
     size_t dataSize = 0;            ///< bytes at `data`
     std::string text;               ///< the answer document
     unsigned char* data = nullptr;  ///< made by calloc(3), freed when the request is done

@@ -2,29 +2,26 @@
 // setting, the current user, and logging out.
 #include <algorithm>
 #include <array>
-#include <cstring>
+#include <string_view>
 
-#include "agent/agentLog.h"
 #include "agent/desktopCheck.h"
 #include "agent/kalloagent.h"
+#include "agent/logSources.h"
 #include "agent/response.h"
 #include "agent/settings.h"
 #include "support/commandOutput.h"
 #include "support/commandRunner.h"
+#include "support/protocol.h"
+#include "support/serverPaths.h"
 
 namespace {
 
-constexpr const char* kEnvironmentTool = "/opt/bin/zelvshmenv";
 constexpr size_t kEnvironmentLimit = 4095;
 constexpr size_t kDecodedVariable = 1024;
 
 constexpr const char* kControlSection = "UIControl";
 constexpr const char* kRequireLogin = "RequireLogin";
 constexpr const char* kNeverChosen = "null";
-
-bool startsWith(const std::string& text, const char* prefix) {
-    return text.compare(0, strlen(prefix), prefix) == 0;
-}
 
 exportEnv_s readVariable(const XMLNode& element) {
     exportEnv_s variable;
@@ -43,13 +40,13 @@ exportEnv_s readVariable(const XMLNode& element) {
 
 bool CKalloAgent::getKALLOPrivateEnv(std::vector<exportEnv_s>& env) {
     env.clear();
-    const auto output = support::readCommandOutput({kEnvironmentTool, "-r"}, kEnvironmentLimit);
+    const auto output =
+        support::readCommandOutput({server::kEnvironmentTool, "-r"}, kEnvironmentLimit);
     if (!output) {
         return false;
     }
     if (output->empty()) {
-        agentLog::readFailed(338,
-                             "bool CKalloAgent::getKALLOPrivateEnv(std::vector<exportEnv_s>&)");
+        logSources::logFailed(logSources::kSessionEnvironment, "fread");
         return false;
     }
     const XMLNode session = XMLNode::parseString(output->c_str());
@@ -67,9 +64,9 @@ bool CKalloAgent::getKALLOPrivateEnv(std::vector<exportEnv_s>& env) {
 void CKalloAgent::getSettings_(resultContent_t& result) {
     XMLNode document = beginAnswer_();
     if (!isDesktopRunning()) {
-        response::addElement(document, "errRtn", response::codeText(response::kLoginRequired));
+        response::addResult(document, protocol::loginRequired);
     } else {
-        response::addElement(document, "errRtn", response::codeText(response::kSuccess));
+        response::addResult(document, protocol::success);
         const auto output = settings::read(kControlSection, kRequireLogin, kNeverChosen, 15);
         if (output && !output->empty()) {
             std::string value = *output;
@@ -78,45 +75,41 @@ void CKalloAgent::getSettings_(resultContent_t& result) {
             }
             // Clients show the stored value as it is, although it says the opposite of its name.
             response::addElement(document, "AutoLogin",
-                                 startsWith(value, kNeverChosen) ? "no" : value.c_str());
+                                 value.starts_with(kNeverChosen) ? "no" : value);
         }
     }
-    result.text = response::render(document);
-    result.contentType = kTextAnswer;
+    response::finish(document, result);
 }
 
 void CKalloAgent::setAutoLogin_(const XMLNode& param, resultContent_t& result) {
     if (!isDesktopRunning()) {
-        errorResponse_(response::kLoginRequired, result);
+        errorResponse_(protocol::loginRequired, result);
         return;
     }
     // An absent element has no text, so no request gets past here; clients know the setting as
     // read-only and expect this refusal.
     const bool admitted = param.isEmpty() && param.text() != nullptr;
     if (!admitted) {
-        errorResponse_(response::kParameterRequired, result);
+        errorResponse_(protocol::parameterRequired, result);
         return;
     }
-    const bool automatic = startsWith(param.text(), "yes");
+    const bool automatic = std::string_view(param.text()).starts_with("yes");
     settings::write(kControlSection, kRequireLogin, {automatic ? "no" : "yes"});
-    errorResponse_(response::kSuccess, result);
+    errorResponse_(protocol::success, result);
 }
 
 void CKalloAgent::getCurrentUser_(resultContent_t& result) {
     XMLNode document = beginAnswer_();
     std::vector<exportEnv_s> env;
     getKALLOPrivateEnv(env);
-    const auto user = std::find_if(env.begin(), env.end(), [](const exportEnv_s& variable) {
-        return variable.name == "NasUser";
-    });
+    const auto user = std::ranges::find(env, "NasUser", &exportEnv_s::name);
     if (user == env.end()) {
-        response::addElement(document, "errRtn", response::codeText(response::kLoginRequired));
+        response::addResult(document, protocol::loginRequired);
     } else {
-        response::addElement(document, "errRtn", response::codeText(response::kSuccess));
+        response::addResult(document, protocol::success);
         response::addElement(document, "user", user->value);
     }
-    result.text = response::render(document);
-    result.contentType = kTextAnswer;
+    response::finish(document, result);
 }
 
 void CKalloAgent::logout() {
@@ -125,11 +118,11 @@ void CKalloAgent::logout() {
         return;
     }
     if (output->empty()) {
-        agentLog::readFailed(814, "void CKalloAgent::logout()");
+        logSources::logFailed(logSources::kLogout, "fread");
         return;
     }
-    if (startsWith(*output, "yes") || startsWith(*output, kNeverChosen)) {
+    if (output->starts_with("yes") || output->starts_with(kNeverChosen)) {
         settings::write("ZelvRemote", "Logout", {"yes"});
-        exec_run(kEnvironmentTool, "-w", nullptr);
+        exec_run(server::kEnvironmentTool, "-w", nullptr);
     }
 }

@@ -8,6 +8,10 @@
 
 namespace settings {
 
+/// Makes the settings files of the desktop, empty, where they are missing. They are root's,
+/// whatever HOME says. Returns 0, or -1 when their directory can be neither found nor made.
+int prepare();
+
 /// The settings file below the agent's HOME, which is looked up at every call.
 std::string path();
 

@@ -3,10 +3,13 @@
 #include <cstdio>
 #include <cstring>
 
-#include "agent/agentLog.h"
 #include "agent/kalloagent.h"
+#include "agent/logSources.h"
 #include "agent/response.h"
 #include "support/commandRunner.h"
+#include "support/protocol.h"
+#include "support/text.h"
+#include "support/wholeFile.h"
 
 namespace {
 
@@ -20,7 +23,7 @@ constexpr const char* kActiveWindow = "/usr/bin/xprop -root | grep _NET_ACTIVE_W
 /// Cuts a line of the window list into a record; false for a line with too few words.
 bool parseWindowLine(char* line, WindowInfo& window) {
     constexpr size_t kWords = 5;
-    const char* words[kWords] = {};
+    const char* words[kWords]{};
     char* rest = line;
     for (const char*& word : words) {
         word = strtok_r(rest, " ", &rest);
@@ -56,6 +59,10 @@ void getWindowList(std::vector<WindowInfo>& windows) {
     }
     char line[kWindowLine];
     while (fgets(line, sizeof line, list) != nullptr) {
+        const bool isCut = strlen(line) == sizeof line - 1 && ends_with_newline(line) == 0;
+        if (isCut) {
+            skip_rest_of_line(list);  // it is no window of its own
+        }
         WindowInfo window;
         if (parseWindowLine(line, window)) {
             windows.push_back(std::move(window));
@@ -65,18 +72,15 @@ void getWindowList(std::vector<WindowInfo>& windows) {
 }
 
 unsigned int get_active_win_id() {
-    FILE* file = fopen(kActiveWindow, "re");
-    if (file == nullptr) {
+    const auto text = support::readWholeFile(kActiveWindow, kWindowLine - 1);
+    if (!text) {
         return kUnknownWindow;
     }
-    char text[kWindowLine] = {};
-    const size_t count = fread(text, 1, sizeof text - 1, file);
-    fclose(file);
-    if (count == 0) {
-        agentLog::readFailed(96, "unsigned int get_active_win_id()");
+    if (text->empty()) {
+        logSources::logFailed(logSources::kActiveWindow, "fread");
         return kUnknownWindow;
     }
-    const char* id = strstr(text, "0x");
+    const char* const id = strstr(text->c_str(), "0x");
     return id == nullptr ? kUnknownWindow : parseWindowId(id);
 }
 
@@ -95,18 +99,17 @@ unsigned int parseWindowId(const char* text) {
 
 void CKalloAgent::getStatus_(resultContent_t& result) {
     XMLNode document = beginAnswer_();
-    response::addElement(document, "errRtn", response::codeText(response::kSuccess));
+    response::addResult(document, protocol::success);
     response::addElement(document, "isRefreshed",
                          m_vexaManager->takeRefreshed() ? "true" : "false");
     getWindowList(*m_windowList);
     for (const WindowInfo& window : *m_windowList) {
-        XMLNode item = document.addChild("item");
+        XMLNode item = document.addChild(protocol::kItemElement);
         const bool active = parseWindowId(window.id.c_str()) == get_active_win_id();
         item.addAttribute("active", active ? "yes" : "no");
         response::addElement(item, "win_title", window.title);
         response::addElement(item, "winid", window.id);
         response::addElement(item, "pid", window.pid);
     }
-    result.text = response::kDeclaration + response::render(document);
-    result.contentType = kTextAnswer;
+    response::finishDeclared(document, result);
 }

@@ -1,9 +1,12 @@
 // Reading the package registry, and walking it as the package catalogue does, side by side with
-// GLib's key-file reader on the same file. Argument: lines of the registry.
+// GLib's key-file reader on the same file. Argument: lines of the registry. A registry of headers
+// that are never closed lists a section at each of them; its argument is its size in bytes.
 #include "support/confParser.h"
 
 #include <benchmark/benchmark.h>
 #include <glib.h>
+
+#include <malloc.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -14,29 +17,42 @@ namespace {
 
 constexpr int kLinesOfPackage = 12;
 
-/// A registry in a file of its own, as many packages as give about `lines` lines.
+/// As many packages as give about `lines` lines.
+void writePackages(std::ofstream& text, int64_t lines) {
+    for (int64_t package = 0; package < lines / kLinesOfPackage; ++package) {
+        text << "[Package" << package << "]\n"
+             << "Name = Package" << package << "\n"
+             << "Display_Name = A package for the television, number " << package << "\n"
+             << "Class = Torvik\n"
+             << "Version = 1.2." << package << "\n"
+             << "Install_Path = /share/CACHEDEV1_DATA/.vexa/Package" << package << "\n"
+             << "Author = Somebody\n"
+             << "Date = 2024-05-17\n"
+             << "AdminOnly = FALSE\n"
+             << "Enable = TRUE\n"
+             << "Shell = /share/CACHEDEV1_DATA/.vexa/Package" << package << "/start.sh\n"
+             << "RC_Number = 101\n";
+    }
+}
+
+/// One section of about `bytes`, a header without its end before each entry.
+void writeBroken(std::ofstream& text, int64_t bytes) {
+    text << "[Player]\n";
+    for (int64_t entry = 0; text.tellp() < bytes; ++entry) {
+        text << "[Broken\nKey" << entry << " = value\n";
+    }
+}
+
+/// A registry in a file of its own.
 class Registry {
   public:
-    explicit Registry(int64_t lines) {
+    explicit Registry(int64_t size, void (*write)(std::ofstream&, int64_t) = writePackages) {
         const int file = mkstemp(m_path.data());
         if (file == -1) {
             abort();
         }
         std::ofstream text(m_path);
-        for (int64_t package = 0; package < lines / kLinesOfPackage; ++package) {
-            text << "[Package" << package << "]\n"
-                 << "Name = Package" << package << "\n"
-                 << "Display_Name = A package for the television, number " << package << "\n"
-                 << "Class = Torvik\n"
-                 << "Version = 1.2." << package << "\n"
-                 << "Install_Path = /share/CACHEDEV1_DATA/.vexa/Package" << package << "\n"
-                 << "Author = Somebody\n"
-                 << "Date = 2024-05-17\n"
-                 << "AdminOnly = FALSE\n"
-                 << "Enable = TRUE\n"
-                 << "Shell = /share/CACHEDEV1_DATA/.vexa/Package" << package << "/start.sh\n"
-                 << "RC_Number = 101\n";
-        }
+        write(text, size);
     }
     Registry(const Registry&) = delete;
     Registry& operator=(const Registry&) = delete;
@@ -66,6 +82,18 @@ void parseOurs(benchmark::State& state) {
     for (auto _ : state) {
         ConfParser parser;
         benchmark::DoNotOptimize(parser.parseFile(registry.path()));
+    }
+}
+
+void parseBroken(benchmark::State& state) {
+    const Registry registry(state.range(0), writeBroken);
+    const auto heap = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
+    const size_t before = heap();
+    for (auto _ : state) {
+        ConfParser parser;
+        benchmark::DoNotOptimize(parser.parseFile(registry.path()));
+        state.counters["heap bytes/byte"] =
+            static_cast<double>(heap() - before) / static_cast<double>(state.range(0));
     }
 }
 
@@ -108,6 +136,7 @@ void catalogueGlib(benchmark::State& state) {
 
 BENCHMARK(parseOurs)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(parseGlib)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(parseBroken)->Arg(59'000)->Arg(1'000'000)->Arg(10'000'000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(catalogueOurs)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(catalogueGlib)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond);
 

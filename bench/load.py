@@ -137,7 +137,7 @@ async def receive(client, enough=lambda data: False):
 
 async def connect(client, address):
     if address is CHANNEL:
-        client.connect(address)  # its queue is full at once, or it has room
+        client.connect(address)  # its queue is full at once, or it has a place
     else:
         async with asyncio.timeout(CONNECT_SECONDS):
             await asyncio.get_running_loop().sock_connect(client, address)

@@ -8,12 +8,11 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
 
 #include "bareSpawn.h"
+#include "installedPackages.h"
 
 namespace {
 
@@ -58,22 +57,8 @@ void request(benchmark::State& state, uint16_t port, const char* command) {
 }
 
 /// Installs `count` packages, and waits until the agent lists them.
-void installPackages(int count) {
-    namespace fs = std::filesystem;
-    const fs::path root = "/share/Volume1/bench";
-    std::ofstream registry("/etc/config/vexa.conf.new");
-    registry << "[Torvik]\nVersion = 2.4.1\n";
-    for (int i = 0; i < count; ++i) {
-        const std::string name = "Bench" + std::to_string(i);
-        fs::create_directories(root / name / ".kallo");
-        std::ofstream(root / name / ".kallo/kallo.xml")
-            << "<KALLO><name>" << name << "</name><vexaName>" << name
-            << "</vexaName><start>true</start><icon_phone>p.png</icon_phone></KALLO>\n";
-        registry << "[" << name << "]\nClass = Torvik\nInstall_Path = " << (root / name).string()
-                 << "\nDisplay_Name = Package " << i << "\nVersion = 1." << i << "\n";
-    }
-    registry.close();
-    fs::rename("/etc/config/vexa.conf.new", "/etc/config/vexa.conf");
+void installAndWait(int count) {
+    installPackages(count);
     const std::string last = "Bench" + std::to_string(count - 1) + "\n";
     const std::string beyond = "Bench" + std::to_string(count) + "\n";
     for (;;) {
@@ -86,7 +71,7 @@ void installPackages(int count) {
 }
 
 void listPackages(benchmark::State& state) {
-    installPackages(static_cast<int>(state.range(0)));
+    installAndWait(static_cast<int>(state.range(0)));
     for (auto _ : state) {
         benchmark::DoNotOptimize(converse(agentPort, "ListVEXA"));
     }

@@ -89,7 +89,7 @@ void renderOwn(benchmark::State& state) {
         int size = 0;
         char* const rendered = root.createString(1, &size);
         benchmark::DoNotOptimize(rendered);
-        std::free(rendered);
+        free(rendered);
     }
     countWork(state, text);
 }

@@ -5,11 +5,13 @@
 #include <chrono>
 #include <string>
 
+#include "support/protocol.h"
+
 namespace client {
 
-struct arguments_t {
+struct Arguments {
     std::string host = "127.0.0.1";
-    int port = 9812;
+    int port = protocol::kPort;
     double timeoutSeconds = 10;
     bool json = false;
 

@@ -3,6 +3,7 @@
 #include <langinfo.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <clocale>
 #include <cstdio>
 #include <cstring>
@@ -15,20 +16,7 @@
 namespace client {
 namespace {
 
-const option_t globalOptions[] = {
-    {"-H,--host", "Host of the agent (default 127.0.0.1)", &arguments_t::host},
-    {"-p,--port", "TCP port of the agent (default 9812)", &arguments_t::port, false, {}, 1, 65535},
-    {"--timeout",
-     "Seconds to wait for the connection and for each read (default 10)",
-     &arguments_t::timeoutSeconds,
-     false,
-     {},
-     0.1,
-     86400},
-    {"--json", "Print JSON for machines instead of tables for people", &arguments_t::json},
-};
-
-constexpr const char* footer =
+constexpr const char* kFooter =
     "Global options may stand before or after the subcommand.\n"
     "\"kalloctl SUBCOMMAND --help\" shows an example.\n\n"
     "Exit status:\n"
@@ -37,7 +25,7 @@ constexpr const char* footer =
     "  2  usage error\n"
     "  3  the agent cannot be reached or talked to, or its answer cannot be written";
 
-void addOption(CLI::App& app, const option_t& row, arguments_t& arguments) {
+void addOption(CLI::App& app, const Option& row, Arguments& arguments) {
     CLI::Option* option = std::visit(
         [&](auto member) -> CLI::Option* {
             auto& value = arguments.*member;
@@ -70,10 +58,10 @@ void addOption(CLI::App& app, const option_t& row, arguments_t& arguments) {
 
 // Breaks the lines of `text` at blanks, so that none is longer than a terminal's.
 std::string wrapped(std::string text) {
-    constexpr size_t longestLine = 78;
+    constexpr size_t kLongestLine = 78;
     size_t start = 0;
-    while (text.size() - start > longestLine) {
-        const size_t blank = text.rfind(' ', start + longestLine);
+    while (text.size() - start > kLongestLine) {
+        const size_t blank = text.rfind(' ', start + kLongestLine);
         if (blank == std::string::npos || blank <= start) {
             break;
         }
@@ -83,9 +71,9 @@ std::string wrapped(std::string text) {
     return text;
 }
 
-void addCommand(CLI::App& app, const command_t& row, arguments_t& arguments) {
+void addCommand(CLI::App& app, const Command& row, Arguments& arguments) {
     CLI::App* command = app.add_subcommand(row.name, row.help);
-    for (const option_t& option : row.options) {
+    for (const Option& option : row.options) {
         addOption(*command, option, arguments);
     }
     std::string text = wrapped(row.notes);
@@ -101,14 +89,10 @@ std::string usageError(const CLI::App* app, const CLI::Error& error) {
            "\n\"kalloctl --help\" and \"kalloctl SUBCOMMAND --help\" tell more.\n";
 }
 
-const command_t& chosenCommand(const CLI::App& app) {
-    const std::string& name = app.get_subcommands().front()->get_name();
-    for (const command_t& row : commands()) {
-        if (name == row.name) {
-            return row;
-        }
-    }
-    return commands().front();  // the parser knows no other names than those of the table
+/// The parser knows no other names than those of the table.
+const Command& chosenCommand(const CLI::App& app) {
+    return *std::ranges::find(commands(), app.get_subcommands().front()->get_name(),
+                              &Command::name);
 }
 
 // The widths of characters come from the locale; the agent's texts are UTF-8 whatever it says.
@@ -122,17 +106,17 @@ void useUtf8() {
 
 int runCommandLine(int argc, const char* const* argv) {
     useUtf8();
-    arguments_t arguments;
+    Arguments arguments;
     CLI::App app("Command-line companion of the television agent kalloagent", "kalloctl");
     app.set_version_flag("--version", "kalloctl " KALLO_VERSION);
-    app.footer(footer);
+    app.footer(kFooter);
     app.fallthrough();
     app.require_subcommand(1);
     app.failure_message(usageError);
-    for (const option_t& option : globalOptions) {
+    for (const Option& option : globalOptions()) {
         addOption(app, option, arguments);
     }
-    for (const command_t& row : commands()) {
+    for (const Command& row : commands()) {
         addCommand(app, row, arguments);
     }
     try {

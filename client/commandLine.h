@@ -4,7 +4,7 @@
 namespace client {
 
 /// Parses the command line and runs its subcommand. Returns the program's exit status (see
-/// exitStatus_t); usage errors are told on standard error. Sets the process's LC_CTYPE.
+/// ExitStatus); usage errors are told on standard error. Sets the process's LC_CTYPE.
 int runCommandLine(int argc, const char* const* argv);
 
 }  // namespace client

@@ -10,7 +10,7 @@
 namespace client {
 
 /// The program's exit statuses, the same for every subcommand.
-enum exitStatus_t : int {
+enum ExitStatus : int {
     exitDone = 0,
     exitRefused = 1,  ///< the agent answered, and its answer is a refusal
     exitUsage = 2,
@@ -18,42 +18,44 @@ enum exitStatus_t : int {
 };
 
 /// One option or operand. `names` without a dash is an operand, else "-x,--long" names.
-struct option_t {
+struct Option {
     const char* names;
     const char* help;
-    std::variant<std::string arguments_t::*, bool arguments_t::*, int arguments_t::*,
-                 double arguments_t::*>
+    std::variant<std::string Arguments::*, bool Arguments::*, int Arguments::*, double Arguments::*>
         target;
     bool required = false;
-    std::span<const char* const> choices = {};
+    std::span<const char* const> choices{};
     double least = 0;  ///< bounds of a number, both included
     double most = 0;
 };
 
-struct command_t {
+struct Command {
     const char* name;
     const char* help;
-    const char* notes;    ///< what a user should know besides; may be empty
-    const char* example;  ///< one command line
-    std::span<const option_t> options;
-    int (*run)(const arguments_t& arguments);  ///< returns an exitStatus_t
+    const char* notes = "";  ///< what a user should know besides
+    const char* example;     ///< one command line
+    std::span<const Option> options{};
+    int (*run)(const Arguments& arguments);  ///< returns an ExitStatus
 };
 
-/// Every subcommand, in the order of the help text.
-std::span<const command_t> commands();
+/// The options of every subcommand, which may stand before or after it.
+std::span<const Option> globalOptions();
 
-int runStatus(const arguments_t& arguments);
-int runWatch(const arguments_t& arguments);
-int runList(const arguments_t& arguments);
-int runIcon(const arguments_t& arguments);
-int runLaunch(const arguments_t& arguments);
-int runKillAll(const arguments_t& arguments);
-int runUser(const arguments_t& arguments);
-int runSettings(const arguments_t& arguments);
-int runAutoLogin(const arguments_t& arguments);
-int runLogin(const arguments_t& arguments);
-int runLogout(const arguments_t& arguments);
-int runPassword(const arguments_t& arguments);
-int runRaw(const arguments_t& arguments);
+/// Every subcommand, in the order of the help text.
+std::span<const Command> commands();
+
+int runStatus(const Arguments& arguments);
+int runWatch(const Arguments& arguments);
+int runList(const Arguments& arguments);
+int runIcon(const Arguments& arguments);
+int runLaunch(const Arguments& arguments);
+int runKillAll(const Arguments& arguments);
+int runUser(const Arguments& arguments);
+int runSettings(const Arguments& arguments);
+int runAutoLogin(const Arguments& arguments);
+int runLogin(const Arguments& arguments);
+int runLogout(const Arguments& arguments);
+int runPassword(const Arguments& arguments);
+int runRaw(const Arguments& arguments);
 
 }  // namespace client

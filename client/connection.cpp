@@ -5,10 +5,13 @@
 #include <sys/time.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <utility>
 
 #include "socketcpp/TcpSocket.h"
 #include "socketcpp/UnixSocket.h"
+#include "support/protocol.h"
 
 namespace client {
 namespace {
@@ -27,56 +30,57 @@ std::string reasonOf(int code) {
     return timedOut ? "no connection within the timeout" : strerror(code);
 }
 
-std::unique_ptr<corex::Socket> connectAddress(const addrinfo& address,
-                                              std::chrono::milliseconds timeout) {
+Connection connectAddress(const addrinfo& address, std::chrono::milliseconds timeout) {
     std::unique_ptr<corex::Socket> socket(corex::TcpSocket::CreateSocket(address.ai_family, false));
     if (socket == nullptr || !setTimeout(*socket, timeout) ||
         connect(socket->GetSocket(), address.ai_addr, address.ai_addrlen) != 0) {
-        return nullptr;
+        return {nullptr, reasonOf(errno)};
     }
-    return socket;
+    return {std::move(socket)};
+}
+
+// The agent listens on IPv4 alone, so a name is looked up for that only: on the IPv6 addresses of
+// its server any local user may listen on the same port, for a password. An address that is written
+// out is the user's own choice.
+int familyOf(const std::string& host) {
+    return host.find(':') == std::string::npos ? AF_INET : AF_INET6;
 }
 
 }  // namespace
 
-std::unique_ptr<corex::Socket> connectTcp(const std::string& host, int port,
-                                          std::chrono::milliseconds timeout, std::string& error) {
-    addrinfo hints = {};
+Connection connectAgent(const Arguments& arguments) {
+    const std::string port = std::to_string(arguments.port);
+    const std::string where = arguments.host + " port " + port;
+    addrinfo hints{};
+    hints.ai_family = familyOf(arguments.host);
     hints.ai_socktype = SOCK_STREAM;
     hints.ai_flags = AI_NUMERICSERV;
     addrinfo* addresses = nullptr;
-    const std::string where = host + " port " + std::to_string(port);
-    const int code = getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &addresses);
+    const int code = getaddrinfo(arguments.host.c_str(), port.c_str(), &hints, &addresses);
     if (code != 0) {
-        error = where + ": " + gai_strerror(code);
-        return nullptr;
+        const char* const what = hints.ai_family == AF_INET ? ": no IPv4 address: " : ": ";
+        return {nullptr, where + what + gai_strerror(code)};
     }
-    std::unique_ptr<corex::Socket> socket;
-    for (const addrinfo* each = addresses; each != nullptr && !socket; each = each->ai_next) {
-        socket = connectAddress(*each, timeout);
-        if (!socket) {
-            error = where + ": " + reasonOf(errno);
-        }
+    Connection connection;
+    for (const addrinfo* each = addresses; each != nullptr && !connection.socket;
+         each = each->ai_next) {
+        connection = connectAddress(*each, millisecondsOf(arguments.timeoutSeconds));
     }
     freeaddrinfo(addresses);
-    return socket;
-}
-
-std::unique_ptr<corex::Socket> connectLocal(const std::string& path,
-                                            std::chrono::milliseconds timeout, std::string& error) {
-    std::unique_ptr<corex::Socket> socket(corex::UnixSocket::CreateSocket(SOCK_STREAM, false));
-    constexpr int fileSystemName = 0;
-    if (socket == nullptr || !setTimeout(*socket, timeout) ||
-        socket->Connect(path, fileSystemName) != 0) {
-        error = path + ": " + reasonOf(errno);
-        return nullptr;
+    if (!connection.socket) {
+        connection.error = where + ": " + connection.error;
     }
-    return socket;
+    return connection;
 }
 
-std::unique_ptr<corex::Socket> connectAgent(const arguments_t& arguments, std::string& error) {
-    return connectTcp(arguments.host, arguments.port, millisecondsOf(arguments.timeoutSeconds),
-                      error);
+Connection connectLocalChannel(const Arguments& arguments) {
+    constexpr int kFileSystemName = 0;
+    std::unique_ptr<corex::Socket> socket(corex::UnixSocket::CreateSocket(SOCK_STREAM, false));
+    if (socket == nullptr || !setTimeout(*socket, millisecondsOf(arguments.timeoutSeconds)) ||
+        socket->Connect(protocol::kChannelPath, kFileSystemName) != 0) {
+        return {nullptr, std::string(protocol::kChannelPath) + ": " + reasonOf(errno)};
+    }
+    return {std::move(socket)};
 }
 
 }  // namespace client

@@ -1,7 +1,6 @@
 // Ways to the agent: its TCP port and its local channel. The commands open one for each request.
 #pragma once
 
-#include <chrono>
 #include <memory>
 #include <string>
 
@@ -10,20 +9,18 @@
 
 namespace client {
 
-/// The agent's Unix-domain socket (unix(7)) for programs on the same machine.
-inline constexpr const char* localChannelPath = "/tmp/.kalloagent.channel";
+/// A connected socket; or none, and why.
+struct Connection {
+    std::unique_ptr<corex::Socket> socket;
+    std::string error{};
+};
 
-/// Connects to `host` (a name or a numeric address, getaddrinfo(3)), trying each of its addresses
-/// in turn, and `port`. `timeout` bounds each attempt and, afterwards, each read and write.
-/// Returns the connected socket, owned by the caller, or null with the reason in `error`.
-std::unique_ptr<corex::Socket> connectTcp(const std::string& host, int port,
-                                          std::chrono::milliseconds timeout, std::string& error);
+/// Connects to the agent's TCP port as the command line says, trying each IPv4 address of the host
+/// in turn (getaddrinfo(3)), or the IPv6 address that is written out in its place. The command
+/// line's time limit bounds each attempt and, afterwards, each read and write.
+Connection connectAgent(const Arguments& arguments);
 
-/// The same for the Unix-domain socket at `path`.
-std::unique_ptr<corex::Socket> connectLocal(const std::string& path,
-                                            std::chrono::milliseconds timeout, std::string& error);
-
-/// Connects to the agent's TCP port as the command line says.
-std::unique_ptr<corex::Socket> connectAgent(const arguments_t& arguments, std::string& error);
+/// The same for the agent's local channel, a Unix-domain socket (unix(7)) on the same machine.
+Connection connectLocalChannel(const Arguments& arguments);
 
 }  // namespace client

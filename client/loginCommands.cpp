@@ -2,43 +2,39 @@
 #include <nlohmann/json.hpp>
 
 #include "client/answer.h"
+#include "client/ask.h"
 #include "client/commands.h"
-#include "client/connection.h"
-#include "client/credential.h"
 #include "client/input.h"
 #include "client/output.h"
-#include "client/protocol.h"
+#include "companion/answer.h"
+#include "companion/credential.h"
+#include "companion/request.h"
 #include "support/base64.h"
+#include "support/protocol.h"
 
 namespace client {
 namespace {
 
-constexpr field_t loginFacts[] = {{"errRtn", "Login"}};
+using companion::CredentialForm;
 
-bool isFit(const char* what, const std::string& value, credentialForm_t form) {
-    const std::string fault = credentialFault(value, form);
+constexpr Field kLoginFacts[] = {{protocol::kResultElement, "Login"}};
+
+bool isFit(const char* what, const std::string& value, CredentialForm form) {
+    const std::string fault = companion::credentialFault(value, form);
     if (!fault.empty()) {
         complain(std::string("the ") + what + " " + fault);
     }
     return fault.empty();
 }
 
-std::string loginRequest(const std::string& user, const std::string& password, bool plain) {
-    if (plain) {
-        return requestText("Login2",
-                           {support::base64Encode(user), support::base64Encode(password)});
-    }
-    return requestText("Login", {support::base64Encode(credentialBlock(user)),
-                                 support::base64Encode(credentialBlock(password))});
-}
-
-int showPassword(const arguments_t& arguments, const XMLNode& document) {
-    const std::string encoded = childText(document, "passwd");
+int showPassword(const Arguments& arguments, const XMLNode& document) {
+    const std::string encoded = companion::childText(document, protocol::kPasswordElement);
     const std::string password = support::base64Decode(encoded);
     if (arguments.json) {
-        printJson({{"errRtn", childText(document, "errRtn")},
-                   {"torvik_ver", childText(document, "torvik_ver")},
-                   {"passwd", encoded},
+        printJson({{protocol::kResultElement, companion::resultOf(document)},
+                   {protocol::kDesktopVersionElement,
+                    companion::childText(document, protocol::kDesktopVersionElement)},
+                   {protocol::kPasswordElement, encoded},
                    {"password", password}},
                   true);
     } else if (!password.empty()) {
@@ -49,36 +45,36 @@ int showPassword(const arguments_t& arguments, const XMLNode& document) {
 
 }  // namespace
 
-int runLogin(const arguments_t& arguments) {
-    const credentialForm_t userForm =
-        arguments.plain ? credentialForm_t::plainUser : credentialForm_t::enciphered;
-    const credentialForm_t passwordForm =
-        arguments.plain ? credentialForm_t::plainPassword : credentialForm_t::enciphered;
+int runLogin(const Arguments& arguments) {
+    const CredentialForm userForm =
+        arguments.plain ? CredentialForm::plainUser : CredentialForm::enciphered;
+    const CredentialForm passwordForm =
+        arguments.plain ? CredentialForm::plainPassword : CredentialForm::enciphered;
     if (!isFit("user name", arguments.user, userForm)) {
         return exitUsage;
     }
-    std::string password;
-    if (!readPassword("Password: ", !arguments.passwordStdin, password)) {
+    const auto password = readPassword("Password: ", !arguments.passwordStdin);
+    if (!password) {
         complain("no password was given");
         return exitUsage;
     }
-    if (!isFit("password", password, passwordForm)) {
+    if (!isFit("password", *password, passwordForm)) {
         return exitUsage;
     }
-    return askAndShow(arguments, loginRequest(arguments.user, password, arguments.plain),
-                      {loginFacts});
+    const std::string request = arguments.plain
+                                    ? companion::plainLoginRequest(arguments.user, *password)
+                                    : companion::loginRequest(arguments.user, *password);
+    return askAndShow(arguments, request, {kLoginFacts});
 }
 
-int runPassword(const arguments_t& arguments) {
-    XMLNode document;
-    std::string error;
-    bool silent = false;
-    auto socket = connectLocal(localChannelPath, millisecondsOf(arguments.timeoutSeconds), error);
-    if (!askDocument(std::move(socket), requestText("GetPassword"), document, silent, error)) {
-        complain(error);
+int runPassword(const Arguments& arguments) {
+    const Answer answer =
+        askDocument(connectLocalChannel(arguments), companion::requestText(protocol::kGetPassword));
+    if (answer.reply != Reply::answered) {
+        complain(answer.error);
         return exitFailed;
     }
-    return showPassword(arguments, document);
+    return showPassword(arguments, answer.document);
 }
 
 }  // namespace client

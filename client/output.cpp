@@ -15,13 +15,13 @@
 namespace client {
 namespace {
 
-constexpr const char* emphasis = "\033[1m";
-constexpr const char* plain = "\033[m";
-constexpr size_t columnGap = 2;
+constexpr const char* kEmphasis = "\033[1m";
+constexpr const char* kPlain = "\033[m";
+constexpr size_t kColumnGap = 2;
 
-std::vector<size_t> columnWidths(const std::vector<row_t>& rows) {
+std::vector<size_t> columnWidths(const std::vector<Row>& rows) {
     std::vector<size_t> widths;
-    for (const row_t& row : rows) {
+    for (const Row& row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
         for (size_t i = 0; i < row.size(); ++i) {
             widths[i] = std::max(widths[i], displayWidth(row[i]));
@@ -30,7 +30,7 @@ std::vector<size_t> columnWidths(const std::vector<row_t>& rows) {
     return widths;
 }
 
-std::string alignedLine(const row_t& row, const std::vector<size_t>& widths) {
+std::string alignedLine(const Row& row, const std::vector<size_t>& widths) {
     std::string line;
     size_t owed = 0;  // blanks that only a further cell makes necessary
     for (size_t i = 0; i < row.size(); ++i) {
@@ -39,21 +39,21 @@ std::string alignedLine(const row_t& row, const std::vector<size_t>& widths) {
             line += row[i];
             owed = 0;
         }
-        owed += widths[i] - displayWidth(row[i]) + columnGap;
+        owed += widths[i] - displayWidth(row[i]) + kColumnGap;
     }
     return line;
 }
 
 }  // namespace
 
-std::string alignedTable(const std::vector<row_t>& rows, bool colour) {
+std::string alignedTable(const std::vector<Row>& rows, bool colour) {
     const std::vector<size_t> widths = columnWidths(rows);
     std::string table;
-    for (const row_t& row : rows) {
+    for (const Row& row : rows) {
         const bool emphasised = colour && &row == &rows.front();
-        table += emphasised ? emphasis : "";
+        table += emphasised ? kEmphasis : "";
         table += alignedLine(row, widths);
-        table += emphasised ? plain : "";
+        table += emphasised ? kPlain : "";
         table += '\n';
     }
     return table;
@@ -70,15 +70,15 @@ void print(std::string_view text) {
 
 void printForeign(std::string_view text) {
     if (isatty(STDOUT_FILENO) == 1) {
-        print(safeText(text, controls_t::lineFeedAndTab));
+        print(safeText(text, Controls::lineFeedAndTab));
     } else {
         print(text);
     }
 }
 
 void printJson(const nlohmann::ordered_json& value, bool indented) {
-    constexpr bool onlyAscii = true;
-    print(value.dump(indented ? 2 : -1, ' ', onlyAscii,
+    constexpr bool kOnlyAscii = true;
+    print(value.dump(indented ? 2 : -1, ' ', kOnlyAscii,
                      nlohmann::ordered_json::error_handler_t::replace));
     print("\n");
 }

@@ -9,11 +9,11 @@
 
 namespace client {
 
-using row_t = std::vector<std::string>;
+using Row = std::vector<std::string>;
 
 /// `rows` as lines with aligned columns, two blanks apart, no blanks at a line's end; cells are
 /// measured as they show on a terminal. The first row is the heading, emphasised if `colour`.
-std::string alignedTable(const std::vector<row_t>& rows, bool colour);
+std::string alignedTable(const std::vector<Row>& rows, bool colour);
 
 /// Whether standard output is a terminal and the user does not forbid colour (NO_COLOR set to
 /// anything but the empty text, as no-color.org has it).

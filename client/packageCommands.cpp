@@ -2,41 +2,42 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <utility>
 
 #include "client/answer.h"
+#include "client/ask.h"
 #include "client/commands.h"
-#include "client/connection.h"
-#include "client/conversation.h"
 #include "client/output.h"
-#include "client/protocol.h"
 #include "client/wholeFile.h"
+#include "companion/answer.h"
+#include "companion/request.h"
+#include "support/protocol.h"
 
 namespace client {
 namespace {
 
-constexpr field_t listFacts[] = {
-    {"torvik_ver", "Desktop version"},
-    {"nas_model", "Model"},
-    {"nas_internal_model", "Internal model"},
-    {"nas_display_name", "Display name"},
-    {"rux_ver", "System version"},
-    {"rux_build", "System build"},
-    {"rux_num", "Build number"},
+constexpr Field kListFacts[] = {
+    {protocol::kDesktopVersionElement, "Desktop version"},
+    {protocol::kModelElement, "Model"},
+    {protocol::kInternalModelElement, "Internal model"},
+    {protocol::kServerNameElement, "Display name"},
+    {protocol::kSystemVersionElement, "System version"},
+    {protocol::kSystemBuildElement, "System build"},
+    {protocol::kBuildNumberElement, "Build number"},
 };
-constexpr field_t packageColumns[] = {
-    {"name", "NAME"},
-    {"displayName", "DISPLAY NAME"},
-    {"version", "VERSION"},
-    {"uuid", "UUID"},
-    {"icon_phone", "PHONE ICON", fieldKind_t::flag},
-    {"icon_pad", "PAD ICON", fieldKind_t::flag},
+constexpr Field kPackageColumns[] = {
+    {protocol::kNameElement, "NAME"},
+    {protocol::kDisplayNameElement, "DISPLAY NAME"},
+    {protocol::kPackageVersionElement, "VERSION"},
+    {protocol::kIdentifierElement, "UUID"},
+    {protocol::kPhoneIconElement, "PHONE ICON", FieldKind::flag},
+    {protocol::kPadIconElement, "PAD ICON", FieldKind::flag},
 };
-constexpr field_t launchFacts[] = {{"errRtn", "Launch"}};
+constexpr Field kLaunchFacts[] = {{protocol::kResultElement, "Launch"}};
 
 int showNames(const XMLNode& document) {
-    const int count = document.childCount("item");
-    for (int i = 0; i < count; ++i) {
-        printForeign(childText(document.childNode("item", i), "name") + "\n");
+    for (const XMLNode& item : companion::itemsOf(document)) {
+        printForeign(companion::childText(item, protocol::kNameElement) + "\n");
     }
     return judge(document);
 }
@@ -44,8 +45,8 @@ int showNames(const XMLNode& document) {
 // A line that is written over again and again, and wiped in the end; only for large answers, and
 // only when somebody watches.
 void showProgress(uint64_t received, uint64_t total) {
-    constexpr uint64_t worthShowing = uint64_t{256} << 10;
-    if (total < worthShowing || isatty(STDERR_FILENO) != 1) {
+    constexpr uint64_t kWorthShowing = uint64_t{256} << 10;
+    if (total < kWorthShowing || isatty(STDERR_FILENO) != 1) {
         return;
     }
     fprintf(stderr, "\r%3d %% of %llu KiB", static_cast<int>(received * 100 / total),
@@ -53,7 +54,7 @@ void showProgress(uint64_t received, uint64_t total) {
     fputs(received == total ? "\r\033[K" : "", stderr);
 }
 
-int saveIcon(const arguments_t& arguments, const std::string& icon) {
+int saveIcon(const Arguments& arguments, const std::string& icon) {
     if (arguments.output == "-") {
         print(icon);
         return exitDone;
@@ -66,70 +67,67 @@ int saveIcon(const arguments_t& arguments, const std::string& icon) {
     return exitDone;
 }
 
-bool isBlank(const std::string& text) {
-    return text.find_first_not_of(" \t\r\n") == std::string::npos;
-}
-
 // The agent takes a missing name for a success, so an empty one is not sent at all.
-int refuseBlankName() {
-    complain("the package name is empty");
-    return exitUsage;
+bool isFit(const std::string& package, const std::string& request) {
+    if (package.find_first_not_of(" \t\r\n") == std::string::npos) {
+        complain("the package name is empty");
+        return false;
+    }
+    if (request.size() > protocol::kRequestLimit) {
+        complain("the package name is too long for a request");
+        return false;
+    }
+    return true;
 }
 
 }  // namespace
 
-int runList(const arguments_t& arguments) {
-    const std::string request = requestText("ListVEXA");
+int runList(const Arguments& arguments) {
+    const std::string request = companion::requestText(protocol::kListVexa);
     if (!arguments.namesOnly || arguments.json) {
-        return askAndShow(arguments, request, {listFacts, packageColumns});
+        return askAndShow(arguments, request, {kListFacts, kPackageColumns});
     }
-    XMLNode document;
-    const int status = askAgent(arguments, request, document);
-    return status == exitDone ? showNames(document) : status;
+    const Answer answer = askAgent(arguments, request);
+    return answer.reply == Reply::answered ? showNames(answer.document) : exitFailed;
 }
 
-int runIcon(const arguments_t& arguments) {
-    if (isBlank(arguments.package)) {
-        return refuseBlankName();
-    }
-    const std::string request = requestText("GetIcon", {arguments.package, arguments.device});
-    if (request.size() > requestLimit) {
-        complain("the package name is too long for a request");
+int runIcon(const Arguments& arguments) {
+    const std::string request =
+        companion::requestText(protocol::kGetIcon, {arguments.package, arguments.device});
+    if (!isFit(arguments.package, request)) {
         return exitUsage;
     }
-    std::string error;
-    auto socket = connectAgent(arguments, error);
-    if (socket == nullptr) {
-        complain(error);
+    Connection connection = connectAgent(arguments);
+    if (!connection.socket) {
+        complain(connection.error);
         return exitFailed;
     }
-    Conversation conversation(std::move(socket));
-    const reply_t reply = conversation.ask(request);
-    if (reply == reply_t::silence) {
-        complain("the agent closed the connection without an answer");
+    Conversation conversation(std::move(connection.socket));
+    const Reply reply = conversation.ask(request);
+    if (reply == Reply::silence) {
+        complain(kSilence);
         return exitFailed;
     }
-    if (reply == reply_t::announced && conversation.size() == 0) {
+    if (reply == Reply::answered && conversation.size() == 0) {
         complain("no such icon");
         return exitRefused;
     }
     std::string icon;
-    if (reply == reply_t::failure || !conversation.receive(icon, showProgress)) {
+    if (reply == Reply::failure || !conversation.receive(icon, showProgress)) {
         complain(conversation.error());
         return exitFailed;
     }
     return saveIcon(arguments, icon);
 }
 
-int runLaunch(const arguments_t& arguments) {
-    if (isBlank(arguments.package)) {
-        return refuseBlankName();
-    }
-    return askAndShow(arguments, requestText("Launch", {arguments.package}), {launchFacts});
+int runLaunch(const Arguments& arguments) {
+    const std::string request = companion::requestText(protocol::kLaunch, {arguments.package});
+    return isFit(arguments.package, request) ? askAndShow(arguments, request, {kLaunchFacts})
+                                             : exitUsage;
 }
 
-int runKillAll(const arguments_t& arguments) {
-    return runUnanswered(arguments, "KillAll");
+int runKillAll(const Arguments& arguments) {
+    return runUnanswered(arguments, protocol::kKillAll);
 }
 
 }  // namespace client

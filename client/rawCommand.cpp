@@ -6,37 +6,37 @@
 #include "client/conversation.h"
 #include "client/input.h"
 #include "client/output.h"
-#include "client/protocol.h"
-#include "client/safeText.h"
+#include "companion/request.h"
 #include "support/base64.h"
+#include "support/protocol.h"
+#include "support/utf8.h"
 
 namespace client {
 namespace {
 
-bool takeRequest(const arguments_t& arguments, std::string& request) {
-    if (arguments.request != "-") {
-        request = arguments.request;
-    } else if (!readStandardInput(requestLimit + 1, request)) {
+std::optional<std::string> takeRequest(const Arguments& arguments) {
+    auto request = arguments.request != "-" ? arguments.request
+                                            : readStandardInput(protocol::kRequestLimit + 1);
+    if (!request) {
         complain("standard input cannot be read");
-        return false;
+        return std::nullopt;
     }
-    if (request.empty() || request.size() > requestLimit) {
-        complain("a request has 1 to " + std::to_string(requestLimit) +
+    if (request->empty() || request->size() > protocol::kRequestLimit) {
+        complain("a request has 1 to " + std::to_string(protocol::kRequestLimit) +
                  " bytes; the agent reads no further");
-        return false;
+        return std::nullopt;
     }
-    return true;
+    return request;
 }
 
-void show(const arguments_t& arguments, const std::string& announcement,
-          const std::string& payload) {
+void show(const Arguments& arguments, const std::string& announcement, const std::string& payload) {
     if (!arguments.json) {
         printForeign(announcement);
         printForeign(payload);
         return;
     }
     nlohmann::ordered_json value = {{"announcement", announcement}, {"size", payload.size()}};
-    if (isUtf8(payload)) {
+    if (support::isUtf8(payload)) {
         value["payload"] = payload;
     } else {
         value["payload_base64"] = support::base64Encode(payload);
@@ -45,35 +45,33 @@ void show(const arguments_t& arguments, const std::string& announcement,
 }
 
 int endInSilence(const std::string& request) {
-    if (isUnanswered(commandOf(request))) {
+    if (companion::isUnanswered(companion::commandOf(request))) {
         return exitDone;
     }
-    complain("the agent closed the connection without an answer");
+    complain(kSilence);
     return exitFailed;
 }
 
 }  // namespace
 
-int runRaw(const arguments_t& arguments) {
-    std::string request;
-    if (!takeRequest(arguments, request)) {
+int runRaw(const Arguments& arguments) {
+    const auto request = takeRequest(arguments);
+    if (!request) {
         return exitUsage;
     }
-    std::string error;
-    auto socket = arguments.local ? connectLocal(localChannelPath,
-                                                 millisecondsOf(arguments.timeoutSeconds), error)
-                                  : connectAgent(arguments, error);
-    if (socket == nullptr) {
-        complain(error);
+    Connection connection =
+        arguments.local ? connectLocalChannel(arguments) : connectAgent(arguments);
+    if (!connection.socket) {
+        complain(connection.error);
         return exitFailed;
     }
-    Conversation conversation(std::move(socket));
-    const reply_t reply = conversation.ask(request);
-    if (reply == reply_t::silence) {
-        return endInSilence(request);
+    Conversation conversation(std::move(connection.socket));
+    const Reply reply = conversation.ask(*request);
+    if (reply == Reply::silence) {
+        return endInSilence(*request);
     }
     std::string payload;
-    if (reply == reply_t::failure || !conversation.receive(payload)) {
+    if (reply == Reply::failure || !conversation.receive(payload)) {
         complain(conversation.error());
         return exitFailed;
     }

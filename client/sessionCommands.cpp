@@ -1,45 +1,50 @@
 // Subcommands about the desktop session: status, user, settings, auto-login, logout.
 #include "client/answer.h"
 #include "client/commands.h"
-#include "client/protocol.h"
+#include "companion/request.h"
+#include "support/protocol.h"
 
 namespace client {
 namespace {
 
-constexpr field_t statusFacts[] = {
-    {"torvik_ver", "Desktop version"},
-    {"isRefreshed", "Package list refreshed", fieldKind_t::flag},
+constexpr Field kStatusFacts[] = {
+    {protocol::kDesktopVersionElement, "Desktop version"},
+    {protocol::kRefreshedElement, "Package list refreshed", FieldKind::flag},
 };
-constexpr field_t windowColumns[] = {
-    {"winid", "WINDOW"},
-    {"pid", "PID", fieldKind_t::number},
-    {"active", "ACTIVE", fieldKind_t::flagAttribute},
-    {"win_title", "TITLE"},
+constexpr Field kWindowColumns[] = {
+    {protocol::kWindowIdElement, "WINDOW"},
+    {protocol::kProcessElement, "PID", FieldKind::number},
+    {protocol::kActiveAttribute, "ACTIVE", FieldKind::flagAttribute},
+    {protocol::kWindowTitleElement, "TITLE"},
 };
-constexpr field_t userFacts[] = {{"user", "User"}};
-constexpr field_t settingsFacts[] = {{"AutoLogin", "AutoLogin"}};
-constexpr field_t autoLoginFacts[] = {{"errRtn", "Automatic login"}};
+constexpr Field kUserFacts[] = {{protocol::kUserElement, "User"}};
+constexpr Field kSettingsFacts[] = {{protocol::kAutoLoginElement, "AutoLogin"}};
+constexpr Field kAutoLoginFacts[] = {{protocol::kResultElement, "Automatic login"}};
 
 }  // namespace
 
-int runStatus(const arguments_t& arguments) {
-    return askAndShow(arguments, requestText("GetStatus"), {statusFacts, windowColumns});
+int runStatus(const Arguments& arguments) {
+    return askAndShow(arguments, companion::requestText(protocol::kGetStatus),
+                      {kStatusFacts, kWindowColumns});
 }
 
-int runUser(const arguments_t& arguments) {
-    return askAndShow(arguments, requestText("GetCurrentUser"), {userFacts});
+int runUser(const Arguments& arguments) {
+    return askAndShow(arguments, companion::requestText(protocol::kGetCurrentUser), {kUserFacts});
 }
 
-int runSettings(const arguments_t& arguments) {
-    return askAndShow(arguments, requestText("GetKALLOSetting"), {settingsFacts});
+int runSettings(const Arguments& arguments) {
+    return askAndShow(arguments, companion::requestText(protocol::kGetKalloSetting),
+                      {kSettingsFacts});
 }
 
-int runAutoLogin(const arguments_t& arguments) {
-    return askAndShow(arguments, requestText("SetAutoLogin", {arguments.choice}), {autoLoginFacts});
+int runAutoLogin(const Arguments& arguments) {
+    return askAndShow(arguments,
+                      companion::requestText(protocol::kSetAutoLogin, {arguments.choice}),
+                      {kAutoLoginFacts});
 }
 
-int runLogout(const arguments_t& arguments) {
-    return runUnanswered(arguments, "Logout");
+int runLogout(const Arguments& arguments) {
+    return runUnanswered(arguments, protocol::kLogout);
 }
 
 }  // namespace client

@@ -6,30 +6,31 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "client/answer.h"
+#include "client/ask.h"
 #include "client/commands.h"
-#include "client/connection.h"
 #include "client/output.h"
-#include "client/protocol.h"
 #include "client/safeText.h"
 #include "client/windowChanges.h"
+#include "companion/answer.h"
+#include "companion/request.h"
+#include "support/protocol.h"
 
 namespace client {
 namespace {
 
-struct event_t {
+struct Event {
     const char* name;
-    window_t window = {};
+    Window window{};
     std::string formerTitle;
 };
 
-constexpr const char* nameOf(changeKind_t kind) {
+constexpr const char* nameOf(ChangeKind kind) {
     switch (kind) {
-        case changeKind_t::opened:
+        case ChangeKind::opened:
             return "opened";
-        case changeKind_t::closed:
+        case ChangeKind::closed:
             return "closed";
-        case changeKind_t::titled:
+        case ChangeKind::titled:
             return "titled";
     }
     return "";
@@ -37,19 +38,19 @@ constexpr const char* nameOf(changeKind_t kind) {
 
 std::string now(const char* format) {
     const time_t seconds = time(nullptr);
-    tm parts = {};
+    tm parts{};
     char text[32] = "";
     localtime_r(&seconds, &parts);
     strftime(text, sizeof text, format, &parts);
     return text;
 }
 
-void printEventJson(const event_t& event) {
+void printEventJson(const Event& event) {
     nlohmann::ordered_json value = {{"time", now("%FT%T%z")}, {"event", event.name}};
     if (!event.window.id.empty()) {
-        value["winid"] = event.window.id;
-        value["pid"] = numberOrText(event.window.pid);
-        value["win_title"] = event.window.title;
+        value[protocol::kWindowIdElement] = event.window.id;
+        value[protocol::kProcessElement] = numberOrText(event.window.pid);
+        value[protocol::kWindowTitleElement] = event.window.title;
     }
     if (!event.formerTitle.empty()) {
         value["former_title"] = event.formerTitle;
@@ -57,7 +58,7 @@ void printEventJson(const event_t& event) {
     printJson(value, false);
 }
 
-void printEventLine(const event_t& event) {
+void printEventLine(const Event& event) {
     std::string line = now("%T") + "  " + event.name;
     if (!event.window.id.empty()) {
         line += "  " + event.window.id + "  pid " + event.window.pid + "  " + event.window.title;
@@ -69,19 +70,19 @@ void printEventLine(const event_t& event) {
 }
 
 // Each line leaves at once: an interrupt finds nothing half written.
-bool report(const arguments_t& arguments, const event_t& event) {
+bool report(const Arguments& arguments, const Event& event) {
     arguments.json ? printEventJson(event) : printEventLine(event);
     return finishOutput();
 }
 
-bool reportChanges(const arguments_t& arguments, const XMLNode& document,
-                   std::vector<window_t>& windows, bool first) {
+bool reportChanges(const Arguments& arguments, const XMLNode& document,
+                   std::vector<Window>& windows, bool first) {
     bool written = true;
-    if (childText(document, "isRefreshed") == "true") {
+    if (companion::childText(document, protocol::kRefreshedElement) == "true") {
         written = report(arguments, {"refreshed", {}, ""});
     }
-    std::vector<window_t> present = windowsOf(document);
-    for (const change_t& change : changesBetween(first ? present : windows, present)) {
+    std::vector<Window> present = windowsOf(document);
+    for (const Change& change : changesBetween(first ? present : windows, present)) {
         written =
             written && report(arguments, {nameOf(change.kind), change.window, change.formerTitle});
     }
@@ -96,7 +97,7 @@ void leaveDone(int) {
 // Nothing needs tidying up, so an interrupt may end the program wherever it is, in the middle of a
 // poll that waits for a stuck agent too.
 void leaveWhenInterrupted() {
-    struct sigaction action = {};
+    struct sigaction action {};
     action.sa_handler = leaveDone;
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
@@ -104,19 +105,16 @@ void leaveWhenInterrupted() {
 
 }  // namespace
 
-int runWatch(const arguments_t& arguments) {
+int runWatch(const Arguments& arguments) {
     leaveWhenInterrupted();
-    const std::string request = requestText("GetStatus");
-    std::vector<window_t> windows;
+    const std::string request = companion::requestText(protocol::kGetStatus);
+    std::vector<Window> windows;
     bool reached = true;
     for (bool first = true;; first = false) {
-        XMLNode document;
-        std::string error;
-        bool silent = false;
-        const bool answered =
-            askDocument(connectAgent(arguments, error), request, document, silent, error);
+        const Answer answer = askDocument(connectAgent(arguments), request);
+        const bool answered = answer.reply == Reply::answered;
         if (!answered && reached) {
-            complain(error);
+            complain(answer.error);
         }
         if (!answered && first) {
             return exitFailed;
@@ -124,7 +122,7 @@ int runWatch(const arguments_t& arguments) {
         if (answered != reached && !report(arguments, {answered ? "back" : "lost", {}, ""})) {
             return exitFailed;
         }
-        if (answered && !reportChanges(arguments, document, windows, first)) {
+        if (answered && !reportChanges(arguments, answer.document, windows, first)) {
             return exitFailed;
         }
         reached = answered;

@@ -2,14 +2,15 @@
 
 #include <algorithm>
 
-#include "client/protocol.h"
+#include "companion/answer.h"
+#include "support/protocol.h"
 
 namespace client {
 namespace {
 
 // Null when the same window, by id and process, is not among `windows`.
-const window_t* findSame(const std::vector<window_t>& windows, const window_t& window) {
-    const auto found = std::find_if(windows.begin(), windows.end(), [&](const window_t& other) {
+const Window* findSame(const std::vector<Window>& windows, const Window& window) {
+    const auto found = std::ranges::find_if(windows, [&](const Window& other) {
         return other.id == window.id && other.pid == window.pid;
     });
     return found != windows.end() ? &*found : nullptr;
@@ -17,32 +18,30 @@ const window_t* findSame(const std::vector<window_t>& windows, const window_t& w
 
 }  // namespace
 
-std::vector<window_t> windowsOf(const XMLNode& document) {
-    std::vector<window_t> windows;
-    const int count = document.childCount("item");
-    int next = 0;
-    for (int i = 0; i < count; ++i) {
-        const XMLNode item = document.childNode("item", &next);
-        windows.push_back(
-            {childText(item, "winid"), childText(item, "pid"), childText(item, "win_title")});
+std::vector<Window> windowsOf(const XMLNode& document) {
+    std::vector<Window> windows;
+    for (const XMLNode& item : companion::itemsOf(document)) {
+        windows.push_back({companion::childText(item, protocol::kWindowIdElement),
+                           companion::childText(item, protocol::kProcessElement),
+                           companion::childText(item, protocol::kWindowTitleElement)});
     }
     return windows;
 }
 
-std::vector<change_t> changesBetween(const std::vector<window_t>& before,
-                                     const std::vector<window_t>& after) {
-    std::vector<change_t> changes;
-    for (const window_t& window : before) {
+std::vector<Change> changesBetween(const std::vector<Window>& before,
+                                   const std::vector<Window>& after) {
+    std::vector<Change> changes;
+    for (const Window& window : before) {
         if (findSame(after, window) == nullptr) {
-            changes.push_back({changeKind_t::closed, window, ""});
+            changes.push_back({ChangeKind::closed, window, ""});
         }
     }
-    for (const window_t& window : after) {
-        const window_t* const former = findSame(before, window);
+    for (const Window& window : after) {
+        const Window* const former = findSame(before, window);
         if (former == nullptr) {
-            changes.push_back({changeKind_t::opened, window, ""});
+            changes.push_back({ChangeKind::opened, window, ""});
         } else if (former->title != window.title) {
-            changes.push_back({changeKind_t::titled, window, former->title});
+            changes.push_back({ChangeKind::titled, window, former->title});
         }
     }
     return changes;

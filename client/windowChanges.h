@@ -8,26 +8,26 @@
 
 namespace client {
 
-struct window_t {
+struct Window {
     std::string id;  ///< as printed by the window manager's tool, "0x" and hexadecimal digits
     std::string pid;
     std::string title;
 };
 
-enum class changeKind_t { opened, closed, titled };
+enum class ChangeKind { opened, closed, titled };
 
-struct change_t {
-    changeKind_t kind;
-    window_t window;          ///< as it is now; a closed one, as it was
+struct Change {
+    ChangeKind kind;
+    Window window;            ///< as it is now; a closed one, as it was
     std::string formerTitle;  ///< of a window whose title changed
 };
 
 /// The windows of a GetStatus answer, in its order.
-std::vector<window_t> windowsOf(const XMLNode& document);
+std::vector<Window> windowsOf(const XMLNode& document);
 
 /// The changes that lead from `before` to `after`: closed windows first, then the others in the
 /// order of `after`. An id that now belongs to another process is a window closed and one opened.
-std::vector<change_t> changesBetween(const std::vector<window_t>& before,
-                                     const std::vector<window_t>& after);
+std::vector<Change> changesBetween(const std::vector<Window>& before,
+                                   const std::vector<Window>& after);
 
 }  // namespace client

@@ -10,10 +10,13 @@
 #include <memory>
 
 #include "client/answer.h"
-#include "client/conversation.h"
-#include "client/protocol.h"
+#include "client/ask.h"
 #include "client/safeText.h"
+#include "companion/answer.h"
+#include "companion/request.h"
 #include "fuzz/target.h"
+#include "support/protocol.h"
+#include "support/utf8.h"
 
 namespace {
 
@@ -23,8 +26,8 @@ class FakeAgent final : public corex::Socket {
 
     /// Readable at any time, for poll(2).
     int GetSocket() override {
-        static const int descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
-        return descriptor;
+        static const int kDescriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
+        return kDescriptor;
     }
     void Close() override {}
 
@@ -43,27 +46,27 @@ class FakeAgent final : public corex::Socket {
 
 void checkSafeText(std::string_view text) {
     const std::string safe = client::safeText(text);
-    assert(client::isUtf8(safe) && client::safeText(safe) == safe);
+    assert(support::isUtf8(safe) && client::safeText(safe) == safe);
     assert(std::none_of(safe.begin(), safe.end(), [](char character) {
         return (character >= 0 && character < ' ') || character == 0x7F;
     }));
     assert(client::displayWidth(safe) <= 2 * safe.size());
-    assert(client::isUtf8(client::safeText(text, client::controls_t::lineFeedAndTab)));
+    assert(support::isUtf8(client::safeText(text, client::Controls::lineFeedAndTab)));
 }
 
 void show(const XMLNode& document) {
-    static FILE* const unseen = freopen("/dev/null", "we", stdout);
-    assert(unseen != nullptr);
-    using client::fieldKind_t;
-    constexpr client::field_t facts[] = {{"torvik_ver", "Version"},
-                                         {"isRefreshed", "Refreshed", fieldKind_t::flag}};
-    constexpr client::field_t columns[] = {{"active", "Active", fieldKind_t::flagAttribute},
-                                           {"win_title", "Title"},
-                                           {"pid", "Process", fieldKind_t::number}};
-    client::arguments_t arguments;
+    static FILE* const kUnseen = freopen("/dev/null", "we", stdout);
+    assert(kUnseen != nullptr);
+    using client::FieldKind;
+    constexpr client::Field kFacts[] = {{"torvik_ver", "Version"},
+                                        {"isRefreshed", "Refreshed", FieldKind::flag}};
+    constexpr client::Field kColumns[] = {{"active", "Active", FieldKind::flagAttribute},
+                                          {"win_title", "Title"},
+                                          {"pid", "Process", FieldKind::number}};
+    client::Arguments arguments;
     for (const bool json : {false, true}) {
         arguments.json = json;
-        client::showAnswer(arguments, document, {facts, columns});
+        client::showAnswer(arguments, document, {kFacts, kColumns});
     }
 }
 
@@ -72,17 +75,14 @@ void show(const XMLNode& document) {
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view bytes = fuzz::textOf(data, size);
     checkSafeText(bytes);
-    XMLNode document;
-    bool silent = false;
-    std::string error;
-    const bool isAnswered =
-        client::askDocument(std::make_unique<FakeAgent>(bytes), client::requestText("GetStatus"),
-                            document, silent, error);
-    assert(isAnswered == error.empty() && isAnswered == !document.isEmpty());
-    assert(silent == bytes.empty());
+    const client::Answer answer = client::askDocument({std::make_unique<FakeAgent>(bytes)},
+                                                      companion::requestText(protocol::kGetStatus));
+    const bool isAnswered = answer.reply == client::Reply::answered;
+    assert(isAnswered == answer.error.empty() && isAnswered == !answer.document.isEmpty());
+    assert((answer.reply == client::Reply::silence) == bytes.empty());
     // A refusal is told on standard error, which is the fuzzer's.
-    if (isAnswered && client::isSuccess(client::childText(document, "errRtn"))) {
-        show(document);
+    if (isAnswered && companion::isSuccess(companion::resultOf(answer.document))) {
+        show(answer.document);
     }
     return 0;
 }

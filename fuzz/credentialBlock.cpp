@@ -13,13 +13,13 @@ namespace {
 using credentialBlock::Block;
 
 const AesKeys& keys() {
-    static const AesKeys made = [] {
+    static const AesKeys kMade = [] {
         AesKeys both{};
         credentialCipher::setKey(both, credentialCipher::kCredentialKey.data(),
                                  static_cast<int>(credentialCipher::kCredentialKey.size()));
         return both;
     }();
-    return made;
+    return kMade;
 }
 
 bool isText(const std::string& text) {
@@ -43,7 +43,7 @@ void checkWayThere(std::string_view text) {
     const size_t length = std::min(text.size(), plain.size());
     std::copy_n(text.begin(), length, plain.begin());
     Block block = credentialBlock::filledBlock(plain, length);
-    assert(std::all_of(block.begin() + static_cast<std::ptrdiff_t>(length), block.end(),
+    assert(std::all_of(block.begin() + static_cast<ptrdiff_t>(length), block.end(),
                        [](unsigned char byte) { return byte == 0xFF; }));
     credentialCipher::encrypt(keys(), block.size(), block.data(), block.data());
     const std::string received = credentialBlock::decipheredText(keys(), block);

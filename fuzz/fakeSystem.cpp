@@ -118,7 +118,7 @@ int AccountStore::verifyPassword(const std::string& user, const std::string& pas
     return state().admitsEveryone ? 0 : -1;
 }
 
-bool handOver::store(const char* text) {
+bool handOver::store(std::string_view text) {
     state().handOver = text;
     return !state().handOver.empty();
 }
@@ -130,12 +130,12 @@ std::string handOver::load() {
 // The packages
 
 PackageListPtr packages::readPackages() {
-    static const fuzz::MemoryFile icon(fakeSystem::kIcon);
+    static const fuzz::MemoryFile kIcon(fakeSystem::kIcon);
     auto list = std::make_shared<PackageList>(4);
     PackageRecord& browser = (*list)[0];
     browser.name = browser.vexaName = browser.Display_Name = "Browser";
     browser.stop = "/share/vexa/Browser/stop";
-    browser.phoneIcon = icon.path();
+    browser.phoneIcon = kIcon.path();
     browser.padIcon = "/proc/self/fd";
     browser.exe_filename = "browser-tv";
     browser.multiwin = true;

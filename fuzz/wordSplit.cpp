@@ -2,7 +2,7 @@
 #include <cassert>
 
 #include "fuzz/target.h"
-#include "support/wordSplit.h"
+#include "support/process/wordSplit.h"
 
 namespace {
 

@@ -14,7 +14,7 @@ namespace {
 /// In memory that ends with the text, where a byte behind it is not to be read.
 XMLEncoding detect(std::string_view text) {
     const auto copy = std::make_unique<char[]>(text.size());
-    std::memcpy(copy.get(), text.data(), text.size());
+    memcpy(copy.get(), text.data(), text.size());
     return XMLNode::detectEncoding(copy.get(), text.size());
 }
 

@@ -53,8 +53,7 @@ void appendItems(std::string& content, const XMLNode& node) {
 
 std::string rendered(const XMLNode& node, int format) {
     int size = 0;
-    const std::unique_ptr<char, decltype(&std::free)> text(node.createString(format, &size),
-                                                           &std::free);
+    const std::unique_ptr<char, decltype(&free)> text(node.createString(format, &size), &free);
     return text == nullptr ? std::string() : std::string(text.get(), static_cast<size_t>(size));
 }
 

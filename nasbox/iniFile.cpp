@@ -74,8 +74,7 @@ const char* refusal(std::string_view section, std::string_view key, std::string_
 
 /// The file behind `path`, so that a link stays a link when its file is replaced.
 std::string linkTarget(const std::string& path) {
-    const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
-                                                           &std::free);
+    const std::unique_ptr<char, decltype(&free)> real(realpath(path.c_str(), nullptr), &free);
     return real ? real.get() : path;
 }
 
@@ -97,8 +96,8 @@ int writeAll(int fd, std::string_view text) {
 
 /// Gives the new file the mode and owner of the one it replaces.
 int adoptAttributes(int fd, const std::string& oldPath) {
-    struct stat old = {};
-    struct stat mine = {};
+    struct stat old {};
+    struct stat mine {};
     if (stat(oldPath.c_str(), &old) != 0) {
         const mode_t mask = umask(0);
         umask(mask);
@@ -166,7 +165,7 @@ const char* IniFile::set(std::string_view section, std::string_view key, std::st
     while (end > place->begin && m_lines[end - 1].empty()) {
         --end;
     }
-    m_lines.insert(m_lines.begin() + static_cast<std::ptrdiff_t>(end), line);
+    m_lines.insert(m_lines.begin() + static_cast<ptrdiff_t>(end), line);
     return nullptr;
 }
 

@@ -17,9 +17,9 @@ constexpr char kUsage[] =
     "Exit status: 0 printed, 1 no such value and no default, 2 wrong arguments.\n";
 
 int print(const std::string& value) {
-    std::fwrite(value.data(), 1, value.size(), stdout);
-    std::putchar('\n');
-    return std::fflush(stdout) == 0 ? kToolDone : kToolFailed;
+    fwrite(value.data(), 1, value.size(), stdout);
+    putchar('\n');
+    return fflush(stdout) == 0 ? toolDone : toolFailed;
 }
 
 }  // namespace
@@ -27,20 +27,20 @@ int print(const std::string& value) {
 int main(int argc, char** argv) {
     const std::optional<ToolArguments> arguments = parseToolArguments(argc, argv, true);
     if (arguments && arguments->help) {
-        std::fputs(kUsage, stdout);
-        return kToolDone;
+        fputs(kUsage, stdout);
+        return toolDone;
     }
     if (!arguments || arguments->words.size() != 2) {
-        std::fputs(kUsage, stderr);
-        return kToolUsage;
+        fputs(kUsage, stderr);
+        return toolUsage;
     }
     IniFile file;
     if (file.load(arguments->file) != 0) {
-        std::fprintf(stderr, "rdconf: %s: %s\n", arguments->file.c_str(), std::strerror(errno));
+        fprintf(stderr, "rdconf: %s: %s\n", arguments->file.c_str(), strerror(errno));
     }
     const std::optional<std::string> value = file.value(arguments->words[0], arguments->words[1]);
     if (value || arguments->fallback) {
         return print(value ? *value : *arguments->fallback);
     }
-    return kToolAbsent;
+    return toolAbsent;
 }

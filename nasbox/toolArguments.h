@@ -18,4 +18,4 @@ struct ToolArguments {
 std::optional<ToolArguments> parseToolArguments(int argc, char** argv, bool takesDefault);
 
 /// Exit statuses of the two tools.
-enum ToolStatus { kToolDone = 0, kToolAbsent = 1, kToolFailed = 1, kToolUsage = 2 };
+enum ToolStatus { toolDone = 0, toolAbsent = 1, toolFailed = 1, toolUsage = 2 };

@@ -33,8 +33,8 @@ void lockDirectoryOf(const std::string& path) {
 }
 
 int fail(const std::string& file) {
-    std::fprintf(stderr, "wrconf: %s: %s\n", file.c_str(), std::strerror(errno));
-    return kToolFailed;
+    fprintf(stderr, "wrconf: %s: %s\n", file.c_str(), strerror(errno));
+    return toolFailed;
 }
 
 }  // namespace
@@ -42,12 +42,12 @@ int fail(const std::string& file) {
 int main(int argc, char** argv) {
     const std::optional<ToolArguments> arguments = parseToolArguments(argc, argv, false);
     if (arguments && arguments->help) {
-        std::fputs(kUsage, stdout);
-        return kToolDone;
+        fputs(kUsage, stdout);
+        return toolDone;
     }
     if (!arguments || arguments->words.size() < 2 || arguments->words.size() > 3) {
-        std::fputs(kUsage, stderr);
-        return kToolUsage;
+        fputs(kUsage, stderr);
+        return toolUsage;
     }
     const std::string value = arguments->words.size() == 3 ? arguments->words[2] : std::string();
     lockDirectoryOf(arguments->file);
@@ -56,8 +56,8 @@ int main(int argc, char** argv) {
         return fail(arguments->file);
     }
     if (const char* reason = file.set(arguments->words[0], arguments->words[1], value)) {
-        std::fprintf(stderr, "wrconf: %s\n", reason);
-        return kToolUsage;
+        fprintf(stderr, "wrconf: %s\n", reason);
+        return toolUsage;
     }
-    return file.save(arguments->file) == 0 ? kToolDone : fail(arguments->file);
+    return file.save(arguments->file) == 0 ? toolDone : fail(arguments->file);
 }

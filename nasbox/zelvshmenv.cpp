@@ -55,7 +55,7 @@ int publish(const std::vector<std::string>& variables) {
         text += variable + '\0';
     }
     char temporary[sizeof kTemporary];
-    std::memcpy(temporary, kTemporary, sizeof kTemporary);
+    memcpy(temporary, kTemporary, sizeof kTemporary);
     if ((mkdir(kDirectory, 0755) != 0 && errno != EEXIST)) {
         return -1;
     }
@@ -65,7 +65,7 @@ int publish(const std::vector<std::string>& variables) {
     }
     const bool stored = write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
     close(fd);
-    if (stored && std::rename(temporary, kEnvironment) == 0) {
+    if (stored && rename(temporary, kEnvironment) == 0) {
         return 0;
     }
     unlink(temporary);
@@ -73,7 +73,7 @@ int publish(const std::vector<std::string>& variables) {
 }
 
 bool isLoggedOut() {
-    const char* home = std::getenv("HOME");
+    const char* home = getenv("HOME");
     IniFile settings;
     return settings.load(std::string(home ? home : "") + kSettings) == 0 &&
            settings.value("ZelvRemote", "Logout") == "yes";
@@ -82,11 +82,11 @@ bool isLoggedOut() {
 /// Whether a variable's name can stand as an element's (a shell's function exports cannot).
 bool isElementName(std::string_view name) {
     for (const char c : name) {
-        if (std::isalnum(static_cast<unsigned char>(c)) == 0 && c != '_') {
+        if (isalnum(static_cast<unsigned char>(c)) == 0 && c != '_') {
             return false;
         }
     }
-    return !name.empty() && std::isdigit(static_cast<unsigned char>(name.front())) == 0;
+    return !name.empty() && isdigit(static_cast<unsigned char>(name.front())) == 0;
 }
 
 int readSession() {
@@ -105,8 +105,8 @@ int readSession() {
         }
     }
     text += "</ENV>\n";
-    std::fputs(text.c_str(), stdout);
-    return std::fflush(stdout) == 0 ? 0 : 1;
+    fputs(text.c_str(), stdout);
+    return fflush(stdout) == 0 ? 0 : 1;
 }
 
 int writeSession() {
@@ -120,7 +120,7 @@ int writeSession() {
         }
     }
     if (publish(variables) != 0) {
-        std::fprintf(stderr, "zelvshmenv: %s: %s\n", kEnvironment, std::strerror(errno));
+        fprintf(stderr, "zelvshmenv: %s: %s\n", kEnvironment, strerror(errno));
         return 1;
     }
     return 0;
@@ -136,6 +136,6 @@ int main(int argc, char** argv) {
     if (option == "-w") {
         return writeSession();
     }
-    std::fputs(kUsage, option == "--help" ? stdout : stderr);
+    fputs(kUsage, option == "--help" ? stdout : stderr);
     return option == "--help" ? 0 : 2;
 }

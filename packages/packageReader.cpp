@@ -3,14 +3,17 @@
 #include <crypt.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
-#include "packages/registry.h"
 #include "support/commandOutput.h"
-#include "support/commandRunner.h"
 #include "support/confParser.h"
+#include "support/configTool.h"
 #include "support/logLine.h"
+#include "support/serverPaths.h"
+#include "support/text.h"
 #include "support/xmlParser.h"
 
 namespace packages {
@@ -25,33 +28,43 @@ constexpr const char* kAbsent = "null";
 constexpr size_t kIdentifierSource = 128;
 constexpr size_t kRegistryValue = 128;
 
-/// Reads one key through the registry tool, at most 128 bytes of its answer up to the first NUL.
-/// Returns 0, or -1 when the tool could not be started, which leaves `value` as it was.
-int readRegistry(const std::string& section, const char* key, const char* fallback,
-                 std::string& value) {
-    std::vector<std::string> words{kReadTool, section, key};
-    if (fallback != nullptr) {
-        words.insert(words.end(), {"-d", fallback});
-    }
-    words.insert(words.end(), {"-f", kRegistryFile});
-    const auto output = support::readCommandOutput(words, kRegistryValue);
-    if (!output) {
-        return -1;
-    }
-    value = output->substr(0, output->find('\0'));
-    return 0;
-}
+/// A value that the registry tool has been asked for and prints while others are asked for.
+class RegistryValue {
+  public:
+    /// `fallback` is what an absent key, and a tool that cannot be run, come to.
+    RegistryValue(const std::string& section, const char* key, const char* fallback)
+        : m_fallback(fallback),
+          m_output(support::configReadWords(section, key, fallback, server::kRegistryFile)) {}
 
-/// The trimmed value of a key; `fallback` also when the tool is missing and so printed nothing.
-std::string registryValue(const std::string& section, const char* key, const char* fallback) {
-    std::string value;
-    if (readRegistry(section, key, fallback, value) != 0 || value.empty()) {
-        return fallback;
+    /// Waits for the tool: at most 128 bytes of its answer up to the first NUL, trimmed.
+    std::string read() {
+        std::string value = m_output.read(kRegistryValue).value_or("");
+        value.erase(std::min(value.find('\0'), value.size()));
+        if (value.empty()) {
+            return m_fallback;
+        }
+        trim_whitespace(value.data());
+        value.resize(strlen(value.data()));
+        return value;
     }
-    trim_whitespace(value.data());
-    value.resize(strlen(value.data()));
-    return value;
-}
+
+  private:
+    const char* m_fallback;
+    support::CommandOutput m_output;
+};
+
+/// What the registry says of a package. All are asked for before the first is read, so that the
+/// tools run side by side.
+struct RegistryFields {
+    explicit RegistryFields(const std::string& section)
+        : displayName(section, "Display_Name", kAbsent),
+          adminOnly(section, "AdminOnly", "FALSE"),
+          version(section, "Version", kAbsent) {}
+
+    RegistryValue displayName;
+    RegistryValue adminOnly;
+    RegistryValue version;
+};
 
 std::string elementText(const XMLNode& descriptor, const char* element) {
     const char* text = descriptor.childNode(element).text();
@@ -71,13 +84,13 @@ std::string iconPath(const XMLNode& descriptor, const char* element, const std::
     return text.empty() || text.front() == '/' ? text : folder + text;
 }
 
-void readRegistryFields(const XMLNode& descriptor, PackageRecord& record) {
-    record.Display_Name = registryValue(record.name, "Display_Name", kAbsent);
+void takeRegistryFields(RegistryFields fields, const XMLNode& descriptor, PackageRecord& record) {
+    record.Display_Name = fields.displayName.read();
     if (record.Display_Name == kAbsent) {
         record.Display_Name = record.name;
     }
-    record.AdminOnly = registryValue(record.name, "AdminOnly", "FALSE") == "TRUE";
-    record.Version = registryValue(record.name, "Version", kAbsent);
+    record.AdminOnly = fields.adminOnly.read() == "TRUE";
+    record.Version = fields.version.read();
     if (record.Version == kAbsent) {
         record.Version = elementText(descriptor, "Version");
     }
@@ -97,18 +110,19 @@ bool readPackage(const ConfParser& registry, const std::string& section, Package
     }
     record.name = elementText(descriptor, "name");
     record.vexaName = elementText(descriptor, "vexaName");
-    readRegistryFields(descriptor, record);
+    RegistryFields fields(record.name);
     record.identifier = identifierOf(record);
     record.start = elementText(descriptor, "start");
     record.stop = elementText(descriptor, "stop");
     record.exe_filename = elementText(descriptor, "exe_filename");
     record.multiwin = elementText(descriptor, "multiwin") == "yes";
+    record.phoneIcon = iconPath(descriptor, "icon_phone", folder);
+    record.padIcon = iconPath(descriptor, "icon_pad", folder);
+    takeRegistryFields(std::move(fields), descriptor, record);
     if (!record.vexaName.empty()) {
         support::printOut(">>>vexaName:%s\n", record.vexaName.c_str());
     }
     record.Enable = registry.getValue(section, "Enable") != "FALSE";
-    record.phoneIcon = iconPath(descriptor, "icon_phone", folder);
-    record.padIcon = iconPath(descriptor, "icon_pad", folder);
     return true;
 }
 
@@ -117,7 +131,7 @@ bool readPackage(const ConfParser& registry, const std::string& section, Package
 PackageListPtr readPackages() {
     auto list = std::make_shared<PackageList>();
     ConfParser registry;
-    registry.parseFile(kRegistryFile);
+    registry.parseFile(server::kRegistryFile);
     for (unsigned index = 0; index < registry.getSectionCount(); ++index) {
         const std::string section = registry.getSectionName(index);
         if (registry.getValue(section, "Class") != kDesktopClass) {

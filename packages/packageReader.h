@@ -9,7 +9,8 @@ namespace packages {
 /// Reads the registry and the descriptors of its desktop packages, and returns their records in
 /// registry order. A section of another class, or one whose descriptor is missing or cannot be
 /// parsed, gives no record; an unreadable registry gives an empty list and the configuration
-/// parser's line on standard error. Runs the registry tool three times a package and waits for it.
+/// parser's line on standard error. Runs the registry tool three times a package, side by side, and
+/// waits for it. Throws std::bad_alloc when memory is lacking.
 PackageListPtr readPackages();
 
 }  // namespace packages

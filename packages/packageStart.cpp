@@ -35,9 +35,7 @@ constexpr const char* kShell = "/bin/sh";
 int CVexaManager::startVexaExec(const std::string& vexaName, const std::vector<exportEnv_s>& env,
                                 bool wait) {
     const PackageListPtr list = packages();
-    const auto package = std::find_if(
-        list->begin(), list->end(),
-        [&vexaName](const PackageRecord& record) { return record.vexaName == vexaName; });
+    const auto package = std::ranges::find(*list, vexaName, &PackageRecord::vexaName);
     if (package == list->end()) {
         return 0;
     }

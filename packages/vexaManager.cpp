@@ -4,25 +4,32 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
+#include <new>
+#include <string_view>
 
 #include "packages/packageReader.h"
-#include "packages/registry.h"
 #include "support/commandOutput.h"
-#include "support/commandRunner.h"
 #include "support/logLine.h"
-#include "support/wordSplit.h"
+#include "support/process/wordSplit.h"
+#include "support/serverPaths.h"
+#include "support/wholeFile.h"
 
 namespace {
 
 constexpr uint32_t kRegistryChange = IN_MODIFY | IN_CLOSE_WRITE | IN_MOVED_TO;
-constexpr const char* kChecksumCommand =
-    "/usr/bin/md5sum /etc/config/vexa.conf | /usr/bin/awk '{print $1}'";
+constexpr const char* kChecksumTool = "/usr/bin/md5sum ";
+constexpr const char* kChecksumColumn = " | /usr/bin/awk '{print $1}'";
 constexpr size_t kChecksumOutput = 128;
 
+/// Empty when none can be made. The tool would wait at a pipe, and everybody with it who needs the
+/// catalogue's mutex.
 std::string registryChecksum() {
-    return support::readCommandOutput(support::splitWords(kChecksumCommand), kChecksumOutput)
-        .value_or(std::string());
+    if (support::mayBlock(server::kRegistryFile)) {
+        return {};
+    }
+    const std::string command =
+        std::string(kChecksumTool) + server::kRegistryFile + kChecksumColumn;
+    return support::readCommandOutput(support::splitWords(command), kChecksumOutput).value_or("");
 }
 
 /// Tells one writing of the registry from another, also when both wrote the same.
@@ -37,15 +44,19 @@ struct RegistryStamp {
 
 RegistryStamp registryStamp() {
     struct stat status {};
-    if (stat(packages::kRegistryFile, &status) != 0) {
+    if (stat(server::kRegistryFile, &status) != 0) {
         return {};
     }
     return {status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
 }
 
+std::string_view registryName() {
+    const std::string_view path = server::kRegistryFile;
+    return path.substr(path.rfind('/') + 1);
+}
+
 bool isRegistryChange(const inotify_event& event) {
-    return event.len > 0 && strcmp(event.name, packages::kRegistryName) == 0 &&
-           (event.mask & kRegistryChange) != 0;
+    return event.len > 0 && event.name == registryName() && (event.mask & kRegistryChange) != 0;
 }
 
 }  // namespace
@@ -56,7 +67,7 @@ CVexaManager::CVexaManager() {
                             "CVexaManager::CVexaManager()", __LINE__);
         exit(0);
     }
-    m_dirMonitor.AddWatch(packages::kRegistryDirectory, kRegistryChange);
+    m_dirMonitor.AddWatch(server::kConfigDirectory, kRegistryChange);
     m_dirMonitor.AddObserver(this);
     m_dirMonitor.Start();
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -84,32 +95,32 @@ int CVexaManager::multiWindow(const std::string& name) const {
     return package != nullptr && package->multiwin ? 1 : 0;
 }
 
-void CVexaManager::stopAll() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    const PackageListPtr list = packages();
-    for (const PackageRecord& package : *list) {
-        if (!package.stop.empty()) {
-            exec_run(package.stop.c_str(), nullptr);
-        }
-    }
-}
-
 int CVexaManager::OnEvent(corex::Inotify& /*source*/, const inotify_event* event,
                           const std::string& /*watchedPath*/) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (!isRegistryChange(*event)) {
-        return 0;
-    }
-    const RegistryStamp before = registryStamp();
-    std::string checksum = registryChecksum();
-    if (checksum != m_checksum) {
-        reload_();
-        m_refreshed = true;
-        // A change in the meantime brings another event, which must find this list outdated even
-        // when it brings the former content back.
-        m_checksum = registryStamp() == before ? std::move(checksum) : std::string();
+    if (isRegistryChange(*event)) {
+        try {
+            refresh_();
+        } catch (const std::bad_alloc&) {
+            // The list in force stays until the next change: a registry of any size must not end
+            // the process.
+            m_checksum.clear();
+        }
     }
     return 0;
+}
+
+void CVexaManager::refresh_() {
+    const RegistryStamp before = registryStamp();
+    std::string checksum = registryChecksum();
+    if (checksum == m_checksum) {
+        return;
+    }
+    reload_();
+    m_refreshed = true;
+    // A change in the meantime brings another event, which must find this list outdated even when
+    // it brings the former content back.
+    m_checksum = registryStamp() == before ? std::move(checksum) : std::string();
 }
 
 void CVexaManager::reload_() {
@@ -120,8 +131,6 @@ void CVexaManager::reload_() {
 }
 
 const PackageRecord* findPackage(const PackageList& list, const std::string& name) {
-    const auto found = std::find_if(list.begin(), list.end(), [&name](const PackageRecord& record) {
-        return record.name == name;
-    });
+    const auto found = std::ranges::find(list, name, &PackageRecord::name);
     return found == list.end() ? nullptr : &*found;
 }

@@ -50,6 +50,7 @@ class CVexaManager final : public corex::InotifyObserver {
                 const std::string& watchedPath) override;
 
   private:
+    void refresh_();
     void reload_();
 
     std::mutex m_mutex;                 ///< one refresh or stop-all at a time

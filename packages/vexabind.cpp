@@ -14,17 +14,21 @@
 #include <system_error>
 #include <utility>
 
-#include "packages/registry.h"
-#include "support/commandDescriptors.h"
 #include "support/commandOutput.h"
+#include "support/configTool.h"
 #include "support/logLine.h"
+#include "support/process/descriptors.h"
+#include "support/serverPaths.h"
 
 namespace {
 
 using support::Colour;
 using support::logLine;
 
-constexpr const char* kSourceFile = "vexabind";
+constexpr support::LogSource here(const char* function, int line = __builtin_LINE()) {
+    return {"vexabind", line, function};
+}
+
 constexpr const char* kInInit = "int VexaBind::init()";
 constexpr const char* kInThreadBody = "void VexaBind::threadBody()";
 
@@ -63,8 +67,8 @@ std::string installDirectory(const std::string& vexaName) {
         for (const RunControl& control : kRunControls) {
             if (request.action == control.action) {
                 const std::string script = directory + control.script;
-                logLine(Colour::none, {kSourceFile, __LINE__, kInThreadBody}, "[%s] %s\n",
-                        control.action, script.c_str());
+                logLine(Colour::none, here(kInThreadBody), "[%s] %s\n", control.action,
+                        script.c_str());
                 execl(script.c_str(), control.name, static_cast<char*>(nullptr));
             }
         }
@@ -73,7 +77,7 @@ std::string installDirectory(const std::string& vexaName) {
 }
 
 void logForkFailure() {
-    logLine(Colour::none, {kSourceFile, __LINE__, kInThreadBody}, "fork() fail!\n");
+    logLine(Colour::none, here(kInThreadBody), "fork() fail!\n");
 }
 
 /// The child's life: to leave the script behind without a parent that would have to wait for it.
@@ -110,11 +114,11 @@ std::deque<ServiceRequest> parseServiceRequests(std::string_view text) {
 }
 
 std::vector<std::string> installPathCommand(const std::string& vexaName) {
-    if (vexaName.find(kVirtualMachine) != std::string::npos) {
-        return {packages::kReadTool, "ZelvKVM", vexaName.substr(kVirtualMachine.size()), "-f",
-                packages::kRegistryFile};
-    }
-    return {packages::kReadTool, vexaName, "Install_Path", "-f", packages::kRegistryFile};
+    const bool isVirtualMachine = vexaName.find(kVirtualMachine) != std::string::npos;
+    const std::string section = isVirtualMachine ? "ZelvKVM" : vexaName;
+    const std::string key =
+        isVirtualMachine ? vexaName.substr(kVirtualMachine.size()) : "Install_Path";
+    return support::configReadWords(section, key, nullptr, server::kRegistryFile);
 }
 
 VexaBind::VexaBind(const std::string& path) : m_path(path) {}
@@ -126,17 +130,16 @@ VexaBind::~VexaBind() {
 }
 
 int VexaBind::init() {
-    logLine(Colour::none, {kSourceFile, __LINE__, kInInit}, "fifo path: %s\n", m_path.c_str());
+    logLine(Colour::none, here(kInInit), "fifo path: %s\n", m_path.c_str());
     remove(m_path.c_str());
     if (mkfifo(m_path.c_str(), S_IRUSR | S_IWUSR) == -1) {
-        logLine(Colour::none, {kSourceFile, __LINE__, kInInit}, "mkfifo fail!\n");
+        logLine(Colour::none, here(kInInit), "mkfifo fail!\n");
         return -1;
     }
     // For writing, too: the pipe then never ends when its writers come and go.
     m_fifoFd = open(m_path.c_str(), O_RDWR | O_CLOEXEC);
     if (m_fifoFd == -1) {
-        logLine(Colour::none, {kSourceFile, __LINE__, kInInit}, "open fifo(%s) fail!\n",
-                m_path.c_str());
+        logLine(Colour::none, here(kInInit), "open fifo(%s) fail!\n", m_path.c_str());
         return -1;
     }
     return 0;
@@ -189,6 +192,6 @@ void VexaBind::serve_(const ServiceRequest& request) const {
         while (waitpid(child, nullptr, 0) == -1 && errno == EINTR) {
         }
     }
-    logLine(Colour::none, {kSourceFile, __LINE__, kInThreadBody}, "vexaName:%s   action:%s\n",
+    logLine(Colour::none, here(kInThreadBody), "vexaName:%s   action:%s\n",
             request.vexaName.c_str(), request.action.c_str());
 }

@@ -1,4 +1,4 @@
-// The face of every stream socket of the agent: listeners and accepted connections are handed
+// The interface of every stream socket of the agent: listeners and accepted connections are handed
 // around as std::unique_ptr<corex::Socket>. Each kind of socket implements the operations that it
 // needs; the others stay here, where they say so and stop the process.
 #pragma once

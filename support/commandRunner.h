@@ -5,8 +5,8 @@
 // as by execvp(3), and its arguments. Two words have a meaning of their own:
 //   "|"  joins two commands by a pipe. The commands left of the last one run in the background; the
 //        last one counts. A command that receives a pipe must not be a shell or a script
-//        interpreter (see support/shellPattern.h): it is refused with exit code 1, while the
-//        stages left of it run on.
+//        interpreter (see support/process/shellPattern.h): it is refused with exit code 1, while
+//        the stages left of it run on.
 //   "&"  ends the command and runs it in the background, in a session of its own (setsid(2)), never
 //        waited for. Words behind it are ignored.
 // Words that merely begin with these characters are ordinary.
@@ -103,50 +103,3 @@ int exec_run_redirect_argv(const char* in_path, const char* out_path, const char
                                                const char* log_path, const char* cmd, ...);
 /// Mode "r".
 [[gnu::sentinel]] FILE* exec_popen_read(const char* cmd, ...);
-
-// Releasing and resetting: nothing happens for a null pointer or what is already reset.
-
-/// Closes `*fd` unless negative and stores -1.
-void close_fd_reset(int* fd);
-/// Frees `*pointer` and stores null.
-void free_reset(void** pointer);
-/// Closes `*stream` and stores null.
-void fclose_reset(FILE** stream);
-
-// Text. The strings are NUL-terminated and not null; those changed are changed in place.
-
-/// Creates an empty file of a new name, mode 0600: replaces the last six characters of
-/// `path_template`, "XXXXXX", as mkstemp(3) does. Returns 0, or -1 for a null template and when no
-/// file could be created.
-int make_temp_file(char* path_template);
-/// Strips TAB, LF, CR and space from both ends.
-void trim_whitespace(char* str);
-/// Strips spaces and tabs from the end. Returns `str`.
-char* rtrim_blanks(char* str);
-/// Returns a pointer into `str`, past its leading spaces and tabs.
-char* skip_blanks(char* str);
-/// Returns 1 when the last character is LF, else 0.
-int ends_with_newline(const char* str);
-/// Removes one LF from the end and then one CR. Returns 1 when there was an LF, else 0 with nothing
-/// removed.
-int chomp_line(char* str);
-/// Returns `a` and `b` in one new string, to be freed by the caller with free(3); null when memory
-/// is lacking.
-char* concat_alloc(const char* a, const char* b);
-/// Reads `stream` up to and including the next LF, or to its end.
-void skip_rest_of_line(FILE* stream);
-/// Reads one line of any length, its LF or CR LF removed. Returns it, or null at the end of input.
-/// The line belongs to the calling thread's storage and holds until that thread's next call. When
-/// memory is lacking the line is cut and its rest skipped.
-char* read_long_line(FILE* stream);
-
-// Users and groups by name, which must not be null. Each returns the numeric id, or -1 when there
-// is none of that name.
-
-/// From the system's user database, getpwnam(3).
-int uid_by_name(const char* name);
-/// From the file `path` in the format of passwd(5), letters compared without case; -1 also when the
-/// file cannot be opened.
-int uid_by_name_in_file(const char* name, const char* path);
-/// From the system's group database, getgrnam(3).
-int gid_by_name(const char* name);

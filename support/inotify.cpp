@@ -143,18 +143,18 @@ int Inotify::AddWatch(const std::string& path, uint32_t mask) {
 
 int Inotify::RemoveWatch(const std::string& path) {
     assert(m_inotifyFd != -1);
-    constexpr const char* signature = "int corex::Inotify::RemoveWatch(const string&)";
+    constexpr const char* kSignature = "int corex::Inotify::RemoveWatch(const string&)";
     const std::lock_guard lock(m_tableMutex);
     const auto found = std::find_if(m_watches.begin(), m_watches.end(),
                                     [&](const auto& watch) { return watch.second == path; });
     if (found == m_watches.end()) {
-        support::printError("[%s][%s][%d][err] not exist: %s \n", kSource, signature, __LINE__,
+        support::printError("[%s][%s][%d][err] not exist: %s \n", kSource, kSignature, __LINE__,
                             path.c_str());
         return -1;
     }
     if (inotify_rm_watch(m_inotifyFd, found->first) == -1) {
-        support::printError("[%s][%s][%d][err] inotify_rm_watch(%d, %d) :%s \n", kSource, signature,
-                            __LINE__, m_inotifyFd, found->first, path.c_str());
+        support::printError("[%s][%s][%d][err] inotify_rm_watch(%d, %d) :%s \n", kSource,
+                            kSignature, __LINE__, m_inotifyFd, found->first, path.c_str());
         return -1;
     }
     m_watches.erase(found);
@@ -185,12 +185,12 @@ void Inotify::Watcher_() {
 }
 
 void Inotify::waitForEvents_() {
-    constexpr const char* signature = "void corex::Inotify::Watcher_()";
+    constexpr const char* kSignature = "void corex::Inotify::Watcher_()";
     epoll_event interest{};
     interest.events = EPOLLIN;
     interest.data.fd = m_inotifyFd;
     if (epoll_ctl(m_epollFd, EPOLL_CTL_ADD, m_inotifyFd, &interest) == -1) {
-        support::printError("[%s][%s][%d][err] epoll_ctl() %s\n", kSource, signature, __LINE__,
+        support::printError("[%s][%s][%d][err] epoll_ctl() %s\n", kSource, kSignature, __LINE__,
                             strerror(errno));
         return;
     }
@@ -203,7 +203,7 @@ void Inotify::waitForEvents_() {
             if (errno == EINTR) {
                 continue;
             }
-            support::printError("[%s][%s][%d][err] epoll_wait() ... %s \n", kSource, signature,
+            support::printError("[%s][%s][%d][err] epoll_wait() ... %s \n", kSource, kSignature,
                                 __LINE__, strerror(errno));
             return;
         }
@@ -224,7 +224,8 @@ void Inotify::readEvents_() {
         return;
     }
     const auto end = static_cast<size_t>(count);
-    for (size_t place = 0; place + sizeof(inotify_event) <= end;) {
+    // What the destructor does to wake this thread is no news for observers.
+    for (size_t place = 0; !m_stopRequest && place + sizeof(inotify_event) <= end;) {
         const auto* event = reinterpret_cast<const inotify_event*>(buffer.data() + place);
         deliver_(event);
         place += sizeof(inotify_event) + event->len;

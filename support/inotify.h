@@ -40,8 +40,9 @@ class Inotify {
     Inotify(const Inotify&) = delete;
     Inotify& operator=(const Inotify&) = delete;
 
-    /// Ends all watches, stops the watcher thread and waits until it has left this object, a second
-    /// at most beyond what an observer takes. Never to be called by an observer.
+    /// Ends all watches, of which no observer is told, stops the watcher thread and waits until it
+    /// has left this object, a second at most beyond what an observer takes. Never to be called by
+    /// an observer.
     virtual ~Inotify();
 
     /// Makes the inotify and epoll descriptors, both close-on-exec. Returns 0, or -1. Once only.

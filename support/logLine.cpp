@@ -7,12 +7,16 @@
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
+#include <initializer_list>
+#include <new>
 #include <string>
+#include <string_view>
 
 namespace support {
 namespace {
 
 constexpr const char* kColourEnd = "\033[m";
+constexpr size_t kLongestStart = 512;  // of a line: its colour and its source
 
 const char* colourStart(Colour colour) {
     switch (colour) {
@@ -32,30 +36,40 @@ const char* colourStart(Colour colour) {
     return "";
 }
 
-/// Keeps a SIGPIPE of the enclosed writes from the calling thread: it is blocked, and one that a
-/// write raised is taken off again. The disposition itself is not touched, because programs that
-/// the agent starts inherit it. Changes errno.
-class PipeSignalGuard {
+/// Keeps the signals that a write may raise from the calling thread: SIGPIPE for a reader that is
+/// gone, SIGXFSZ at a file's size limit (setrlimit(2)). They are blocked, and one that a write
+/// raised is taken off again. The dispositions are not touched, because programs that the agent
+/// starts inherit them. Changes errno.
+class WriteSignalGuard {
   public:
-    PipeSignalGuard() noexcept {
-        sigemptyset(&m_pipe);
-        sigaddset(&m_pipe, SIGPIPE);
-        pthread_sigmask(SIG_BLOCK, &m_pipe, &m_before);
+    WriteSignalGuard() noexcept {
+        const sigset_t raisable = setOf_({SIGPIPE, SIGXFSZ});
+        pthread_sigmask(SIG_BLOCK, &raisable, &m_before);
         errno = 0;
     }
-    PipeSignalGuard(const PipeSignalGuard&) = delete;
-    PipeSignalGuard& operator=(const PipeSignalGuard&) = delete;
-    ~PipeSignalGuard() {
+    WriteSignalGuard(const WriteSignalGuard&) = delete;
+    WriteSignalGuard& operator=(const WriteSignalGuard&) = delete;
+    ~WriteSignalGuard() {
+        const int raised = errno == EPIPE ? SIGPIPE : errno == EFBIG ? SIGXFSZ : 0;
         // A thread that had it blocked before gets none, and one that waits there is not ours.
-        if (errno == EPIPE && sigismember(&m_before, SIGPIPE) == 0) {
+        if (raised != 0 && sigismember(&m_before, raised) == 0) {
+            const sigset_t taken = setOf_({raised});
             const timespec none{};
-            sigtimedwait(&m_pipe, nullptr, &none);
+            sigtimedwait(&taken, nullptr, &none);
         }
         pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
     }
 
   private:
-    sigset_t m_pipe{};
+    static sigset_t setOf_(std::initializer_list<int> numbers) noexcept {
+        sigset_t set{};
+        sigemptyset(&set);
+        for (const int number : numbers) {
+            sigaddset(&set, number);
+        }
+        return set;
+    }
+
     sigset_t m_before{};
 };
 
@@ -73,39 +87,39 @@ void appendFormatted(std::string& text, const char* format, va_list arguments) {
     text.pop_back();
 }
 
-void writeError(const std::string& text) {
-    const PipeSignalGuard guard;
-    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+/// Writes what is between `start` and `end` around the filled `format`. The line is dropped when
+/// there is no memory for it: whoever logs must not fail for that.
+void writeLine(std::string_view start, std::string_view end, const char* format,
+               va_list arguments) noexcept {
+    const int savedErrno = errno;
+    try {
+        std::string text(start);
+        appendFormatted(text, format, arguments);
+        text.append(end);
+        const WriteSignalGuard guard;
+        [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+    } catch (const std::bad_alloc&) {
+    }
+    errno = savedErrno;
 }
 
 }  // namespace
 
 void logLine(Colour colour, const LogSource& source, const char* format, ...) noexcept {
-    const int savedErrno = errno;
-    std::string text = colourStart(colour);
-    text.append("[File:").append(source.file);
-    text.append("][Line:").append(std::to_string(source.line));
-    text.append("][Func:").append(source.function).append("]: ");
+    char start[kLongestStart];
+    snprintf(start, sizeof start, "%s[File:%s][Line:%d][Func:%s]: ", colourStart(colour),
+             source.file, source.line, source.function);
     va_list arguments;
     va_start(arguments, format);
-    appendFormatted(text, format, arguments);
+    writeLine(start, colour == Colour::none ? "" : kColourEnd, format, arguments);
     va_end(arguments);
-    if (colour != Colour::none) {
-        text.append(kColourEnd);
-    }
-    writeError(text);
-    errno = savedErrno;
 }
 
 void printError(const char* format, ...) noexcept {
-    const int savedErrno = errno;
-    std::string text;
     va_list arguments;
     va_start(arguments, format);
-    appendFormatted(text, format, arguments);
+    writeLine("", "", format, arguments);
     va_end(arguments);
-    writeError(text);
-    errno = savedErrno;
 }
 
 void printOut(const char* format, ...) noexcept {
@@ -113,7 +127,7 @@ void printOut(const char* format, ...) noexcept {
     va_list arguments;
     va_start(arguments, format);
     {
-        const PipeSignalGuard guard;
+        const WriteSignalGuard guard;
         vprintf(format, arguments);
     }
     va_end(arguments);

@@ -23,17 +23,18 @@ struct LogSource {
 };
 
 /// Writes one line to standard error: the source fields, then `format` filled as by printf(3).
-/// The line is written with one write(2), so lines of different threads do not mix; a standard
-/// error that nobody reads any more never raises SIGPIPE. Any thread; errno is left unchanged.
+/// The line is written with one write(2), so lines of different threads do not mix. One that cannot
+/// be written is dropped: no SIGPIPE when nobody reads any more, no SIGXFSZ at the size limit of a
+/// file. Any thread; errno is left unchanged.
 [[gnu::format(printf, 3, 4)]] void logLine(Colour colour, const LogSource& source,
                                            const char* format, ...) noexcept;
 
-/// Writes `format`, filled as by printf(3), to standard error with one write(2), without SIGPIPE:
-/// for lines whose form is not that of logLine. Any thread; errno is left unchanged.
+/// Writes `format`, filled as by printf(3), to standard error with one write(2), or drops it, as
+/// above: for lines whose form is not that of logLine. Any thread; errno is left unchanged.
 [[gnu::format(printf, 1, 2)]] void printError(const char* format, ...) noexcept;
 
-/// Writes to standard output as printf(3) does, without the SIGPIPE of a reader that is gone.
-/// Any thread; errno is left unchanged.
+/// Writes to standard output as printf(3) does, or drops it, as above. Any thread; errno is left
+/// unchanged.
 [[gnu::format(printf, 1, 2)]] void printOut(const char* format, ...) noexcept;
 
 }  // namespace support

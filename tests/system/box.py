@@ -7,6 +7,7 @@ import subprocess
 import time
 from contextlib import contextmanager, suppress
 from pathlib import Path
+from xml.etree import ElementTree
 
 TCP = ("127.0.0.1", 9812)
 CHANNEL = "/tmp/.kalloagent.channel"
@@ -24,9 +25,11 @@ def wait_until(condition, seconds=10, what="the condition"):
     return found
 
 
-def connect(address=TCP, timeout=20):
+def connect(address=TCP, timeout=20, receive_buffer=None):
     kind = socket.AF_UNIX if isinstance(address, str) else socket.AF_INET
     client = socket.socket(kind, socket.SOCK_STREAM)
+    if receive_buffer:
+        client.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, receive_buffer)
     client.settimeout(timeout * PATIENCE)
     client.connect(address)
     return client
@@ -41,9 +44,31 @@ def receive(client, enough=lambda data: False):
     return data
 
 
+def element(name, text, depth=1):
+    """An element as the agent writes it; one that has a text of bytes or, as a list, elements."""
+    tabs = b"\t" * depth
+    if isinstance(text, list):
+        content = b"".join(element(*each, depth + 1) for each in text)
+    else:
+        content = text and tabs + b"\t%s\n" % text
+    start = name.split()[0]
+    return tabs + (b"<%s>\n%s%s</%s>\n" % (name, content, tabs, start) if content else b"<%s/>\n" % name)
+
+
+def document(*elements, declared=False):
+    """A document of the agent, byte for byte."""
+    declaration = b'<?xml version="1.0" encoding="UTF-8"?>\n' if declared else b""
+    return declaration + element(b'ZelvDocRoot version="1.2"', [*elements], 0)
+
+
+def answer(result, *elements, **options):
+    """The answer with that result and what follows it."""
+    return document((b"torvik_ver", b"2.4.1"), (b"errRtn", result), *elements, **options)
+
+
 def announced(size):
     """The announcement of that many bytes."""
-    return b'<ZelvDocRoot version="1.2">\n\t<size>\n\t\t%d\n\t</size>\n</ZelvDocRoot>\n' % size
+    return document((b"size", b"%d" % size))
 
 
 def ask(request, address=TCP):
@@ -72,9 +97,9 @@ def payload(command, *params, address=TCP):
 
 def texts(document, element):
     """The texts of every element of that name, in order, without the layout around them; empty
-    ones included."""
-    pattern = rf"<{element}(?: [^>]*)?(?:/>|>([^<]*)</{element}>)"
-    return [(found[1] or "").strip() for found in re.finditer(pattern, document)]
+    ones included. Whatever the agent answers has to be well-formed."""
+    found = ElementTree.fromstring(document).iter(element) if document else ()
+    return [(each.text or "").strip() for each in found]
 
 
 def text(document, element):
@@ -92,6 +117,15 @@ def processes():
                 yield int(entry), int(parent), state, line.read().replace("\0", " ").strip()
         except (FileNotFoundError, ProcessLookupError):
             continue
+
+
+def opened(pid):
+    """What the descriptors of a process lead to, its standard streams included."""
+    targets = []
+    for link in Path(f"/proc/{pid}/fd").iterdir():
+        with suppress(FileNotFoundError):
+            targets.append(os.readlink(link))
+    return targets
 
 
 def settle(daemon):

@@ -6,7 +6,7 @@ from pathlib import Path
 
 import pytest
 
-from box import WRAP, payload, text, texts, wait_until
+from box import WRAP, ask, payload, request, text, texts, wait_until
 
 pytestmark = pytest.mark.usefixtures("desktop")
 REGISTRY = Path("/etc/config/vexa.conf")
@@ -86,6 +86,7 @@ def test_what_refreshes_nothing(daemon):
 def test_odd_files():
     original = REGISTRY.read_bytes()
     for before in (b"[Broken\n", b"[" * 100_000 + b"\n", b"x" * 3_000_000 + b"\n",
+                   b"[A]\n" + b"".join(b"[\n%d = v\n" % i for i in range(50_000)),
                    bytes(range(256)) + b"\n", b"[a]\nClass = Torvik\n" * 1000):
         save(before + original)
         wait_until(lambda: refreshed() == "true", 60)
@@ -101,6 +102,16 @@ def test_odd_files():
         save(original + b"\n" * number)
         wait_until(lambda: refreshed() == "true", 60)
         assert names() == (NAMES if listed else NAMES[1:]), descriptor[:30]
+
+
+@pytest.mark.usefixtures("daemon")
+def test_names_that_cannot_stand_in_an_answer():
+    """They are shown in part, and found by the bytes that they have."""
+    PLAYER.write_bytes(PLAYER.read_bytes().replace(b"<name>Player", b"<name>Pl\xffy&#2;r"))
+    save(REGISTRY.read_bytes() + b"\n")
+    wait_until(lambda: refreshed() == "true")
+    assert names() == ["Pl\ufffdy\ufffdr", *NAMES[1:]]
+    assert ask(request("GetIcon", b"Pl\xffy\x02r", "phone"))[1]
 
 
 @pytest.mark.parametrize("tool, display, change", [

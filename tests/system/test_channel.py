@@ -1,15 +1,16 @@
 """The local channel: the password of the last log-in for the desktop's own tools."""
 from pathlib import Path
 
-from box import CHANNEL, ask, request
+from box import CHANNEL, answer, ask, document, request
 from test_login import enciphered
 
 HAND_OVER = Path("/usr/share/.kallo/.kallopw.log")
-HEAD = b'<ZelvDocRoot version="1.2">\n\t<torvik_ver>\n\t\t2.4.1\n\t</torvik_ver>\n'
-FOUND = HEAD + (b"\t<passwd>\n\t\t%s\n\t</passwd>\n"
-                b"\t<errRtn>\n\t\tsuccess\n\t</errRtn>\n</ZelvDocRoot>\n")
-NONE = HEAD + b"\t<passwd/>\n\t<errRtn>\n\t\tfail\n\t</errRtn>\n</ZelvDocRoot>\n"
-UNKNOWN = HEAD + b"\t<errRtn>\n\t\tinvalid_command\n\t</errRtn>\n</ZelvDocRoot>\n"
+NONE = document((b"torvik_ver", b"2.4.1"), (b"passwd", b""), (b"errRtn", b"fail"))
+UNKNOWN = answer(b"invalid_command")
+
+
+def holding(text):
+    return document((b"torvik_ver", b"2.4.1"), (b"passwd", text), (b"errRtn", b"success"))
 
 
 def password(value):
@@ -21,13 +22,13 @@ def password(value):
 def test_passwords_are_read_afresh(daemon):
     assert ask(request("GetPassword"), CHANNEL)[1] == NONE  # no file yet
     for value, answer in [
-            (enciphered(b"carol123"), FOUND % b"Y2Fyb2wxMjM="),
-            (enciphered(b"a\xff b\xff"), FOUND % b"YQ=="),         # the first mark ends it
-            (enciphered(b"ab\0c"), FOUND % b"YWI="),
-            (enciphered(b"no mark", b"\0"), FOUND % b"bm8gbWFyaw=="),
-            (enciphered(b"p" * 64), FOUND % (b"cHBw" * 21 + b"cA==")),
-            (enciphered(b"p" * 63), FOUND % (b"cHBw" * 21)),
-            (enciphered(b"x") + b"=" + enciphered(b"y"), FOUND % b"eA=="),  # 64 bytes count
+            (enciphered(b"carol123"), holding(b"Y2Fyb2wxMjM=")),
+            (enciphered(b"a\xff b\xff"), holding(b"YQ==")),         # the first mark ends it
+            (enciphered(b"ab\0c"), holding(b"YWI=")),
+            (enciphered(b"no mark", b"\0"), holding(b"bm8gbWFyaw==")),
+            (enciphered(b"p" * 64), holding((b"cHBw" * 21 + b"cA=="))),
+            (enciphered(b"p" * 63), holding((b"cHBw" * 21))),
+            (enciphered(b"x") + b"=" + enciphered(b"y"), holding(b"eA==")),  # 64 bytes count
             (enciphered(b""), NONE), (enciphered(b"\0x"), NONE), (b"", NONE)]:
         assert password(value) == answer
     HAND_OVER.unlink()

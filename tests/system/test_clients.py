@@ -2,15 +2,17 @@
 requests: the next client is served, and nothing piles up."""
 import os
 import re
+import resource
 import select
 import socket
 import struct
 import threading
+import time
 from pathlib import Path
 
 import pytest
 
-from box import (CHANNEL, WRAP, announced, ask, built_with, connect, payload, receive, request,
+from box import (CHANNEL, TCP, WRAP, announced, ask, built_with, connect, payload, receive, request,
                  text, wait_until)
 
 PAD_ICON = Path("/share/Volume1/vexa/Player/.kallo/images/pad.png")
@@ -48,6 +50,12 @@ def go_on(client, step):
         assert len(client.recv(1000, socket.MSG_WAITALL)) == 1000
 
 
+def take_up(client):
+    """Keeps the agent waiting for the go-ahead of this client."""
+    client.sendall(UNKNOWN)
+    receive(client, lambda data: b"</ZelvDocRoot>" in data)
+
+
 @pytest.mark.parametrize("step, left", [("connected", 0), ("asked", len(announced(IMAGE_SIZE))),
                                         ("answered", 0), ("paid", IMAGE_SIZE - 1000)])
 def test_client_that_breaks_off(daemon, step, left):
@@ -62,13 +70,81 @@ def test_client_that_breaks_off(daemon, step, left):
     assert daemon.fds() == before
 
 
-@pytest.mark.parametrize("streams", ["broken pipes", "closed"])
+def say_nothing(client):
+    """Until the agent gives up."""
+    assert receive(client) == b""
+
+
+def give_no_go_ahead(client):
+    take_up(client)
+    assert receive(client) == b""
+
+
+def read_nothing(client):
+    """Of the image: the agent waits in its write, or in its close when the kernel took all of it."""
+    client.sendall(request("GetIcon", "Player", "pad"))
+    receive(client, lambda data: b"</ZelvDocRoot>" in data)
+    client.sendall(b"go")
+
+
+IMPATIENT = f"{os.environ.get('NASBOX_BIN')}/kalloagent_impatient"
+NOT_WRAPPED = pytest.mark.skipif(bool(WRAP), reason="valgrind runs the agent as it is installed")
+
+
+@NOT_WRAPPED
+@pytest.mark.parametrize("address, hold, image_size", [
+    (TCP, say_nothing, 1), (TCP, give_no_go_ahead, 1), (TCP, read_nothing, IMAGE_SIZE),
+    (TCP, read_nothing, 50_000), (CHANNEL, say_nothing, 1), (CHANNEL, give_no_go_ahead, 1)])
+def test_client_without_progress(start_daemon, address, hold, image_size):
+    """It holds the others up for a while, not for ever."""
+    PAD_ICON.write_bytes(b"\x89" * image_size)
+    agent = start_daemon(executable=IMPATIENT)
+    with connect(address, receive_buffer=2048) as client:
+        hold(client)
+        assert b"invalid_command" in ask(UNKNOWN)[1]
+    assert ("Connection has been closed\n" in agent.log()) == (hold is say_nothing)
+
+
+@NOT_WRAPPED
+def test_slow_client(start_daemon):
+    """One that reads on is served to the end, however long it takes."""
+    PAD_ICON.write_bytes(b"\x89" * IMAGE_SIZE)
+    start_daemon(executable=IMPATIENT)
+    with connect(receive_buffer=65536) as client:
+        read_nothing(client)
+        for _ in range(8):
+            time.sleep(0.4)
+            assert len(client.recv(65536))
+        assert len(receive(client)) > IMAGE_SIZE - 8 * 65536 - 1
+
+
+@pytest.mark.parametrize("served_last", [TCP, CHANNEL])
+def test_an_app_comes_before_a_local_client(daemon, served_last):
+    with connect(served_last) as first:
+        take_up(first)
+        with connect(CHANNEL) as local, connect() as app:
+            local.sendall(request("local"))
+            app.sendall(request("app"))
+            first.close()
+            for client in (app, local):
+                receive(client, lambda data: b"</ZelvDocRoot>" in data)
+                client.close()
+    assert re.findall(r"COMMAND:.*<cmd>(app|local)", daemon.log()) == ["app", "local"]
+
+
+def limit_files():
+    """As a service's LimitFSIZE= does."""
+    resource.setrlimit(resource.RLIMIT_FSIZE, (1000, resource.RLIM_INFINITY))
+
+
+@pytest.mark.parametrize("streams", ["broken pipes", "closed", "full files"])
 @pytest.mark.usefixtures("desktop")
 def test_without_standard_streams(nas, start_daemon, streams):
     reader, writer = os.pipe()
     os.close(reader)
-    agent = start_daemon(**({"stdout": writer, "stderr": writer} if streams == "broken pipes" else
-                            {"preexec_fn": lambda: os.closerange(0, 3)}))
+    agent = start_daemon(**{"broken pipes": {"stdout": writer, "stderr": writer},
+                            "closed": {"preexec_fn": lambda: os.closerange(0, 3)},
+                            "full files": {"preexec_fn": limit_files}}[streams])
     os.close(writer)
     assert text(payload("GetCurrentUser"), "user") == "admin"
     nas.wrconf("Player", "Display_Name", "Changed")

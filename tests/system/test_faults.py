@@ -15,9 +15,10 @@ from pathlib import Path
 
 import pytest
 
-from box import (CHANNEL, TCP, ask, connect, payload, receive, request, sleeper, text, texts,
-                 wait_until)
+from box import (CHANNEL, TCP, WRAP, ask, built_with, connect, payload, receive, request, sleeper,
+                 text, texts, wait_until)
 from conftest import CRASH_ENV, NO_CRASH, NO_LIMIT, remove, run
+from test_catalogue import settle
 from test_clients import UNKNOWN
 
 HAND_OVER = Path("/usr/share/.kallo/.kallopw.log")
@@ -200,6 +201,58 @@ def test_configuration_removed_and_restored(nas, desktop, start_daemon):
     assert texts(payload("ListVEXA"), "name") == listed
     daemon.end()
     assert start_daemon() and texts(payload("ListVEXA"), "name") == []
+
+
+def test_pipes_and_devices_in_the_place_of_files(nas, no_desktop, start_daemon):
+    """They count as unreadable; nobody waits for a writer or reads without end."""
+    def put(path, stand_in):
+        Path(path).parent.mkdir(parents=True, exist_ok=True)
+        Path(path).unlink(missing_ok=True)
+        os.mkfifo(path) if stand_in == "pipe" else os.symlink(stand_in, path)
+
+    for stand_in in ("pipe", "/dev/zero"):
+        for path in ("/run/kalloagent/kalloagent.pid", "/etc/platform.conf", "/etc/config/uVelt.conf"):
+            put(path, stand_in)
+        daemon = start_daemon()
+        for path in ("/etc/config/shadow", "/etc/shadow"):
+            kept = Path(path).rename(f"{path}.kept")
+            put(path, stand_in)
+            assert result(LOG_IN) == "login_fail", (path, daemon.log())
+            kept.rename(path)
+        put(HAND_OVER, stand_in)
+        assert result(("GetPassword",), CHANNEL) == "fail"
+        no_desktop.start()
+        nas.wrconf("Clock", "Version", stand_in)
+        wait_until(lambda stand_in=stand_in: stand_in in texts(payload("ListVEXA"), "version"))
+        kept = Path(nas.registry).rename("/etc/kept")
+        put("/etc/config/new", stand_in)
+        os.rename("/etc/config/new", nas.registry)
+        wait_until(lambda: not texts(payload("ListVEXA"), "name"))
+        assert ask(request("KillAll")) == (b"", b"") and not texts(payload("ListVEXA"), "rux_ver")
+        no_desktop.stop()
+        kept.rename(nas.registry)
+        daemon.end()
+
+
+@pytest.mark.skipif(bool(WRAP) or built_with("asan") or built_with("tsan"),
+                    reason="these map far more memory than they use")
+def test_no_memory_for_a_reload(nas, desktop, daemon):
+    """The list in force stays, and the next change is read again."""
+    nas.wrconf("Player", "Version", "new")
+    wait_until(lambda: "new" in texts(payload("ListVEXA"), "version"))
+    listed, registry = texts(payload("ListVEXA"), "name"), Path(nas.registry)
+    original, size = registry.read_bytes(), int(re.search(
+        r"VmSize:\s+(\d+)", Path(f"/proc/{daemon.pid}/status").read_text())[1]) << 10
+    resource.prlimit(daemon.pid, resource.RLIMIT_AS, (size + (8 << 20), resource.RLIM_INFINITY))
+    Path("/etc/large").touch()
+    os.truncate("/etc/large", 200 << 20)
+    os.rename("/etc/large", registry)
+    settle(daemon)
+    assert texts(payload("ListVEXA"), "name") == listed
+    resource.prlimit(daemon.pid, resource.RLIMIT_AS, (resource.RLIM_INFINITY,) * 2)
+    registry.write_bytes(original)
+    nas.wrconf("Player", "Enable", "FALSE")
+    wait_until(lambda: texts(payload("ListVEXA"), "name") == listed[1:])
 
 
 def test_signal_storm(desktop, daemon):

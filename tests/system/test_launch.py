@@ -65,6 +65,17 @@ def test_decisions(nas, desktop, daemon):
     assert not daemon.zombies()
 
 
+@pytest.mark.usefixtures("desktop")
+def test_workspace_that_cannot_be_read(nas, daemon):
+    """It counts as one of several windows: nothing is stopped."""
+    calls = nas.record("/opt/vexa/screen-program", "/opt/vexa/screen-stop")
+    nas.replace("/sbin/rdconf", "exit 0\n")
+    assert text(payload("Launch", "Photos"), "errRtn") == "success"
+    settle(daemon)
+    assert calls.read_text().splitlines() == started("Photos")
+    assert "[Line:1244][Func:bool CKalloAgent::isMultiWinWorkspace_()]: fread() ... fail\n" in daemon.log()
+
+
 @pytest.mark.parametrize("kept", [False, True])
 @pytest.mark.usefixtures("desktop")
 def test_started_program(nas, start_daemon, kept):

@@ -7,13 +7,11 @@ from pathlib import Path
 
 import pytest
 
-from box import announced, ask, connect, receive, request
+from box import announced, answer, ask, connect, document, receive, request
 from conftest import remove
 
 PACKAGES = Path("/share/Volume1/vexa")
-INVALID = (announced(119),
-           b'<ZelvDocRoot version="1.2">\n\t<torvik_ver>\n\t\t2.4.1\n\t</torvik_ver>\n\t<errRtn>\n'
-           b'\t\tinvalid_command\n\t</errRtn>\n</ZelvDocRoot>\n')
+INVALID = (announced(119), answer(b"invalid_command"))
 NO_ICON = (announced(0), b"")
 SILENCE = (b"", b"")
 UNKNOWN = b"<ZelvDocRoot><cmd>Nope</cmd></ZelvDocRoot>"
@@ -78,12 +76,9 @@ def test_identity_unknown(nas, start_daemon):
     for name in ("vexa.conf", "uVelt.conf", "../platform.conf"):
         os.unlink("/etc/config/" + name)
     start_daemon()
-    assert ask(UNKNOWN)[1] == (b'<ZelvDocRoot version="1.2">\n\t<torvik_ver/>\n\t<errRtn>\n'
-                               b'\t\tinvalid_command\n\t</errRtn>\n</ZelvDocRoot>\n')
+    assert ask(UNKNOWN)[1] == document((b"torvik_ver", b""), (b"errRtn", b"invalid_command"))
     nas.wrconf("Torvik", "Version", "9")  # read at the start only
-    assert ask(request("ListVEXA"))[1] == (
-        b'<?xml version="1.0" encoding="UTF-8"?>\n<ZelvDocRoot version="1.2">\n\t<errRtn>\n'
-        b'\t\tlogin_required\n\t</errRtn>\n</ZelvDocRoot>\n')
+    assert ask(request("ListVEXA"))[1] == document((b"errRtn", b"login_required"), declared=True)
 
 
 @pytest.mark.usefixtures("daemon")

@@ -9,8 +9,8 @@ from pathlib import Path
 
 import pytest
 
-from conftest import agents, run
-from box import payload, settle, sleeper, text, wait_until
+from conftest import agents
+from box import opened, payload, settle, sleeper, text, wait_until
 
 PIPE = "/tmp/Torvik.ServicePipe"
 CONTROL = "/opt/vexa/service-control"
@@ -84,8 +84,7 @@ def test_slow_registry_tool(nas, daemon):
 
     def held():
         """The descriptors of the agent's children: that of the tool's output, when one waits."""
-        return "".join(run("ls", "-l", f"/proc/{pid}/fd").stdout
-                       for pid in agents() if pid != daemon.pid)
+        return "".join(each for pid in agents() if pid != daemon.pid for each in opened(pid))
 
     with sleeper():
         wait_until(lambda: "pipe" in (found := held()) and "socket" not in found)

@@ -5,20 +5,16 @@ from pathlib import Path
 
 import pytest
 
-from box import ask, payload, process_named, request, text
+from box import answer, ask, payload, process_named, request, text
 
-HEAD = b'<ZelvDocRoot version="1.2">\n\t<torvik_ver>\n\t\t2.4.1\n\t</torvik_ver>\n\t<errRtn>\n\t\t'
-NO_SESSION = HEAD + b"login_required\n\t</errRtn>\n</ZelvDocRoot>\n"
-SUCCESS = HEAD + b"success\n\t</errRtn>\n"
+NO_SESSION = answer(b"login_required")
 LOGGED_OUT = "[/sbin/wrconf][ZelvRemote][Logout][yes][-f][/root/.config/ZELV/KALLO.conf]\n" \
              "[/opt/bin/zelvshmenv][-w]\n"
 
 
-def answer(element, value):
+def found(name, value):
     """A success with one more element; without it when `value` is None."""
-    filled = b"\t<%s>\n\t\t%s\n\t</%s>\n" % (element, value or b"", element)
-    empty = b"" if value is None else b"\t<%s/>\n" % element
-    return SUCCESS + (filled if value else empty) + b"</ZelvDocRoot>\n"
+    return answer(b"success", *([] if value is None else [(name, value)]))
 
 
 @pytest.mark.usefixtures("desktop")
@@ -40,7 +36,7 @@ def test_required_log_in(nas, daemon):
         calls = nas.record("/sbin/wrconf", "/opt/bin/zelvshmenv")
         calls.write_text("")
         row = stored, tool, daemon.log()
-        assert ask(request("GetKALLOSetting"))[1] == answer(b"AutoLogin", shown), row
+        assert ask(request("GetKALLOSetting"))[1] == found(b"AutoLogin", shown), row
         assert ask(request("Logout")) == (b"", b"")
         assert calls.read_text() == (LOGGED_OUT if logs_out else ""), row
 
@@ -67,7 +63,8 @@ def test_settings_are_below_home(nas, start_daemon, home):
 
 @pytest.mark.usefixtures("daemon")
 def test_process_that_counts_as_the_desktop():
-    for name, counts in [("/opt/xKALLOy", True), (" \tKALLO z", True), ("a" * 5000 + "KALLO", True),
+    for name, counts in [("/opt/xKALLOy", True), (" \tKALLO z", True), ("a" * 32766 + "KALLO", True),
+                         ("a" * 40000 + "\vKALLO", False), ("a b" + "c" * 32764 + "KALLO", False),
                          ("kallo", False), ("x KALLO", False), ("x\nKALLO", False)]:
         with process_named(name):
             answered = text(payload("GetKALLOSetting"), "errRtn")
@@ -88,6 +85,6 @@ def test_current_user(nas, daemon):
             (" " * 4070 + environment % "YWRtaW4=", None),  # cut behind 4,095 bytes
             ("no document", None), ("<Env/>", None), ("", None)]:
         published.write_text(output, encoding="ascii")
-        shown = NO_SESSION if user is None else answer(b"user", user)
+        shown = NO_SESSION if user is None else found(b"user", user)
         assert ask(request("GetCurrentUser"))[1] == shown, output
     assert daemon.log().count("getKALLOPrivateEnv(std::vector<exportEnv_s>&)]: fread() ... fail\n") == 1

@@ -10,7 +10,7 @@ from pathlib import Path
 
 import pytest
 
-from box import CHANNEL, ask, built_with, connect, process_named, request, wait_until
+from box import CHANNEL, ask, built_with, connect, opened, process_named, request, wait_until
 from conftest import CRASH_ENV, NO_CRASH, run
 
 pytestmark = pytest.mark.usefixtures("nas")
@@ -44,6 +44,21 @@ def test_of_several_started_at_once_one_stays():
     assert [agent.wait(30) for agent in agents] == [0] * 6
 
 
+def test_a_start_waits_while_another_reads_and_writes():
+    PID_FILE.parent.mkdir()
+    folder = os.open(PID_FILE.parent, os.O_RDONLY)
+    fcntl.flock(folder, fcntl.LOCK_EX)
+    with process_named("kalloagent") as other, \
+            subprocess.Popen([AGENT], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as agent:
+        try:
+            wait_until(lambda: str(PID_FILE.parent) in opened(agent.pid))
+            PID_FILE.write_text(str(other.pid), encoding="ascii")
+            os.close(folder)
+            assert agent.wait(30) == 0
+        finally:
+            agent.kill()
+
+
 def test_pid_file_left_behind(start_daemon):
     """It keeps nobody from starting, unless its process has the name in any word."""
     PID_FILE.parent.mkdir()
@@ -53,9 +68,11 @@ def test_pid_file_left_behind(start_daemon):
         assert run(AGENT).returncode == 0
         other.kill()
     with process_named("sleeper") as other:
-        for content in ("4194304", f"{other.pid} kalloagent", "", "../sys/kernel", "\x7f\0\x01"):
-            PID_FILE.write_text(content, encoding="ascii")
-            agent = start_daemon()
+        for content in ("4194304", f"{other.pid} kalloagent", "", "../sys/kernel", "\x7f\0\x01", None):
+            PID_FILE.write_text(content or "", encoding="ascii")
+            # Without a content, its own number, as where a container starts anew.
+            agent = start_daemon(**({} if content is not None else {
+                "preexec_fn": lambda: PID_FILE.write_text(str(os.getpid()), encoding="ascii")}))
             assert PID_FILE.read_text(encoding="ascii") == str(agent.pid), content
             agent.end()
 

@@ -37,8 +37,8 @@ TEST(CredentialCipher, RefusesLengthsThatCannotBe) {
         EXPECT_EQ(setKey(keys, key, length), -1) << length;
     }
     EXPECT_LT(setKey(keys, nullptr, 32), 0);
-    const unsigned char in[80] = {};
-    unsigned char out[80] = {};
+    const unsigned char in[80]{};
+    unsigned char out[80]{};
     for (const size_t length : {0, 1, 63, 65}) {
         const int result = length == 0 ? 0 : -1;
         EXPECT_EQ(encrypt(keys, length, in, out), result);

@@ -13,12 +13,12 @@
 #include "socketcpp/TcpSocket.h"
 
 /// Behind what an agent closes the connection; `never`: behind the client.
-enum class end_t { payload, announcement, never };
+enum class End { payload, announcement, never };
 
-struct script_t {
-    std::vector<std::string> announcement = {};  ///< segments; none: no announcement at all
+struct Script {
+    std::vector<std::string> announcement{};  ///< segments; none: no announcement at all
     std::string payload = "";
-    end_t end = end_t::payload;
+    End end = End::payload;
 };
 
 inline std::string announce(size_t size) {
@@ -27,25 +27,25 @@ inline std::string announce(size_t size) {
 }
 
 /// The script of an orderly answer, and that of a document with some fields.
-inline script_t answering(const std::string& payload) {
+inline Script answering(const std::string& payload) {
     return {{announce(payload.size())}, payload};
 }
-inline script_t answeringFields(const std::string& fields) {
+inline Script answeringFields(const std::string& fields) {
     return answering("<ZelvDocRoot version=\"1.2\">\n\t<torvik_ver/>" + fields + "</ZelvDocRoot>");
 }
 
 class FakeAgent {
   public:
-    explicit FakeAgent(const script_t& script) : FakeAgent(std::vector<script_t>{script}) {}
-    explicit FakeAgent(std::vector<script_t> scripts) : m_scripts(std::move(scripts)) {
+    explicit FakeAgent(const Script& script) : FakeAgent(std::vector<Script>{script}) {}
+    explicit FakeAgent(std::vector<Script> scripts) : m_scripts(std::move(scripts)) {
         m_listener->Bind("127.0.0.1", 0);
         m_listener->Listen(1);
-        sockaddr_in address = {};
+        sockaddr_in address{};
         socklen_t length = sizeof address;
         getsockname(m_listener->GetSocket(), reinterpret_cast<sockaddr*>(&address), &length);
         port = ntohs(address.sin_port);
         m_thread = std::thread([this] {
-            for (const script_t& script : m_scripts) {
+            for (const Script& script : m_scripts) {
                 serve_(script);
             }
         });
@@ -71,7 +71,7 @@ class FakeAgent {
         const ssize_t count = peer.Read(buffer, sizeof buffer);
         return {buffer, count > 0 ? static_cast<size_t>(count) : 0};
     }
-    void serve_(const script_t& script) {
+    void serve_(const Script& script) {
         const std::unique_ptr<corex::Socket> peer(m_listener->Accept());
         if (peer == nullptr) {
             return;
@@ -81,15 +81,15 @@ class FakeAgent {
             peer->Write(segment);
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
-        if (!script.announcement.empty() && script.end != end_t::announcement) {
+        if (!script.announcement.empty() && script.end != End::announcement) {
             isGivenTheGoAhead = !readOnce_(*peer).empty();
             peer->Write(script.payload);
         }
-        while (script.end == end_t::never && !readOnce_(*peer).empty()) {
+        while (script.end == End::never && !readOnce_(*peer).empty()) {
         }
     }
 
-    std::vector<script_t> m_scripts;
+    std::vector<Script> m_scripts;
     std::unique_ptr<corex::Socket> m_listener{corex::TcpSocket::CreateSocket(AF_INET, false)};
     std::thread m_thread;
 };

@@ -5,6 +5,7 @@
 #include <clocale>
 
 #include "client/safeText.h"
+#include "support/utf8.h"
 
 namespace client {
 
@@ -22,14 +23,13 @@ TEST(SafeText, ReplacesWhatCouldSteerATerminal) {
     for (const auto& [text, safe] : rows) {
         EXPECT_EQ(safeText(text), safe);
     }
-    EXPECT_EQ(safeText("a\n\tb\033", controls_t::lineFeedAndTab), "a\n\tb" + bad);
-    EXPECT_TRUE(isUtf8(bad) && !isUtf8("\x89PNG"));
+    EXPECT_EQ(safeText("a\n\tb\033", Controls::lineFeedAndTab), "a\n\tb" + bad);
+    EXPECT_TRUE(support::isUtf8(bad) && !support::isUtf8("\x89PNG"));
 }
 
 TEST(AlignedTable, MeasuresCellsAsTheyShow) {
     setlocale(LC_CTYPE, "C.UTF-8");
-    const std::vector<row_t> rows = {
-        {"NAME", "T"}, {"\xE6\x97\xA5", "\xC3\xA9"}, {"long name", ""}};
+    const std::vector<Row> rows = {{"NAME", "T"}, {"\xE6\x97\xA5", "\xC3\xA9"}, {"long name", ""}};
     EXPECT_EQ(alignedTable(rows, true),
               "\033[1mNAME       T\033[m\n\xE6\x97\xA5         \xC3\xA9\nlong name\n");
 }

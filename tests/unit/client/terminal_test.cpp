@@ -1,5 +1,6 @@
 // The real kalloctl as a person's terminal and signals meet it.
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
 #include <termios.h>
@@ -11,12 +12,13 @@
 
 namespace {
 
-// kalloctl running on a terminal of its own.
+// kalloctl running on a terminal of its own; a shell does what stands before and behind it.
 class Session {
   public:
-    Session(const FakeAgent& agent, const std::string& words) {
-        const std::string line =
-            "exec " KALLOCTL " --timeout 30 -p " + std::to_string(agent.port) + " " + words;
+    Session(const FakeAgent& agent, const std::string& words, const std::string& before = "exec ",
+            const std::string& behind = "") {
+        const std::string line = before + KALLOCTL " --timeout 30 -p " +
+                                 std::to_string(agent.port) + " " + words + behind;
         process = forkpty(&terminal, nullptr, nullptr, nullptr);
         if (process == 0) {
             execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
@@ -35,8 +37,21 @@ class Session {
         }
         return count > 0;
     }
+    // Presses a key, again and again, until `text` is shown: the program may not be reading yet.
+    bool showsUponKey(char key, const std::string& text) {
+        for (pollfd screen = {terminal, POLLIN, 0}; shown.find(text) == std::string::npos;) {
+            char byte = 0;
+            if (write(terminal, &key, 1) != 1) {
+                return false;
+            }
+            while (poll(&screen, 1, 50) == 1 && read(terminal, &byte, 1) == 1) {
+                shown += byte;
+            }
+        }
+        return true;
+    }
     bool echoes() const {
-        termios mode = {};
+        termios mode{};
         tcgetattr(terminal, &mode);
         return (mode.c_lflag & ECHO) != 0;
     }
@@ -66,9 +81,38 @@ TEST(Terminal, NeverShowsThePassword) {
     EXPECT_NE(agent.request.find("Z2VoZWlt"), std::string::npos) << agent.request;
 }
 
-script_t answeringWindow(const std::string& refreshed, const std::string& id) {
+TEST(Terminal, GetsItsEchoBackFromAnInterruptedPrompt) {
+    constexpr char kControlC = 'C' & 0x1F;
+    constexpr char kControlZ = 'Z' & 0x1F;
+    const FakeAgent agent(Script{});
+    Session session(agent, "login anna", "set -m; trap : INT; ",
+                    "; echo [$?]; read go; fg; echo [$?]; read go");
+    ASSERT_TRUE(session.awaits("Password: "));
+    EXPECT_FALSE(session.echoes());
+    EXPECT_TRUE(session.showsUponKey(kControlZ, "[148]"));
+    EXPECT_TRUE(session.echoes());
+    session.shown.clear();
+    dprintf(session.terminal, "\n");
+    ASSERT_TRUE(session.awaits("Password: "));
+    EXPECT_FALSE(session.echoes());
+    EXPECT_TRUE(session.showsUponKey(kControlC, "[130]"));
+    EXPECT_TRUE(session.echoes());
+}
+
+Script answeringWindow(const std::string& refreshed, const std::string& id) {
     return answeringFields("<errRtn>success</errRtn><isRefreshed>" + refreshed +
                            "</isRefreshed><item><winid>" + id + "</winid><pid>7</pid></item>");
+}
+
+TEST(Terminal, EmphasisesHeadingsUnlessTheUserForbidsColour) {
+    for (const auto& [environment, isEmphasised] :
+         {std::pair{"-u NO_COLOR", true}, {"NO_COLOR=", true}, {"NO_COLOR=1", false}}) {
+        const FakeAgent agent(answeringWindow("false", "0x1"));
+        Session session(agent, "status", "exec env " + std::string(environment) + " ");
+        EXPECT_TRUE(session.awaits("0x1")) << session.shown;
+        EXPECT_EQ(session.shown.find("\033[1m") != std::string::npos, isEmphasised) << environment;
+        EXPECT_EQ(session.end(), 0);
+    }
 }
 
 TEST(Terminal, WatchTellsEachChange) {

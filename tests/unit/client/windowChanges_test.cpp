@@ -5,9 +5,9 @@
 namespace client {
 
 // One line for each change: first letter of its kind, id, title, former title.
-static std::string told(const std::vector<window_t>& before, const std::vector<window_t>& after) {
+static std::string told(const std::vector<Window>& before, const std::vector<Window>& after) {
     std::string lines;
-    for (const change_t& change : changesBetween(before, after)) {
+    for (const Change& change : changesBetween(before, after)) {
         lines += "oct"[static_cast<int>(change.kind)];
         lines += " " + change.window.id + " " + change.window.title;
         lines += change.formerTitle.empty() ? "\n" : " < " + change.formerTitle + "\n";
@@ -16,8 +16,8 @@ static std::string told(const std::vector<window_t>& before, const std::vector<w
 }
 
 TEST(WindowChanges, AreTold) {
-    const window_t player = {"0x1", "10", "Player"};
-    const window_t radio = {"0x2", "20", "Radio"};
+    const Window player = {"0x1", "10", "Player"};
+    const Window radio = {"0x2", "20", "Radio"};
     EXPECT_EQ(told({player}, {radio, player}), "o 0x2 Radio\n");
     EXPECT_EQ(told({player, radio}, {radio}), "c 0x1 Player\n");
     EXPECT_EQ(told({player}, {{"0x1", "10", "Film"}}), "t 0x1 Film < Player\n");

@@ -54,7 +54,7 @@ TEST_P(Sockets, CarryBytesBothWaysAndOutliveTheirPeer) {
     ASSERT_NE(served, nullptr);
     EXPECT_TRUE(closesOnExec(*listener) && closesOnExec(*client) && closesOnExec(*served));
 
-    char buffer[16] = {};
+    char buffer[16]{};
     EXPECT_EQ(client->Write(""), -1);
     EXPECT_EQ(client->Write(std::string("ask")), 3);
     EXPECT_EQ(served->Read(buffer, sizeof buffer), 3);

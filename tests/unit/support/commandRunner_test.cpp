@@ -10,7 +10,7 @@ namespace {
 
 class CommandRunner : public CommandTest {};
 
-const std::string noCommand = "[WARN] cannot execvp NULL command\n";
+const std::string kNoCommand = "[WARN] cannot execvp NULL command\n";
 
 TEST_F(CommandRunner, ReturnsTheExitCode) {
     const struct {
@@ -27,9 +27,9 @@ TEST_F(CommandRunner, ReturnsTheExitCode) {
         {{"echo", "b", "|", "tr", "b", "c", "|", "grep", "-q", "c"}, 0},
         {{"/nonexistent/program", "|", "grep", "-c", "x"}, 1},
         {{"test", "||", "=", "||"}, 0},
-        {{}, -1, noCommand},
-        {{"&"}, -1, noCommand},
-        {{"|", "true"}, 0, noCommand},
+        {{}, -1, kNoCommand},
+        {{"&"}, -1, kNoCommand},
+        {{"|", "true"}, 0, kNoCommand},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.words));

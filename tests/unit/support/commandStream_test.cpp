@@ -6,7 +6,7 @@
 
 #include "commandTestTools.h"
 #include "support/commandOutput.h"
-#include "support/wordSplit.h"
+#include "support/process/wordSplit.h"
 
 namespace {
 
@@ -30,6 +30,19 @@ TEST_F(CommandStream, WritesToTheCommand) {
     fputs("through", stream);
     EXPECT_EQ(exec_pclose(stream), 256);
     EXPECT_EQ(contentOf(path("fifo")), "through");
+}
+
+/// Otherwise a closing call waits for ever.
+TEST_F(CommandStream, EndsACommandThatIsNotDetached) {
+    Words readers[] = {{"cat"}, {"cat"}};
+    FILE* first = exec_open_stream("w", nullptr, nullptr, 0, pointersTo(readers[0]).data());
+    FILE* second = exec_open_stream("w", nullptr, nullptr, 0, pointersTo(readers[1]).data());
+    EXPECT_EQ(exec_pclose(first), 256);
+    EXPECT_EQ(exec_pclose(second), 256);
+    Words endless = {"yes"};
+    FILE* stream = exec_open_stream("r", nullptr, nullptr, 0, pointersTo(endless).data());
+    EXPECT_EQ(fgetc(stream), 'y');
+    EXPECT_EQ(exec_pclose(stream), 256);
 }
 
 size_t openDescriptors() {

@@ -32,6 +32,8 @@ TEST_F(ConfFile, ReadsLinesAsTheServerWritesThem) {
         {"header is not trimmed", "  [ S ] rest = x\n[a]b]\n", " S \na\n"},
         {"nameless section", "[A]\n[]\nx = 1\n[B]\n", "A\nB\n"},
         {"broken header", "[A]\nx = 1\n[B = 1\ny = 2\n", "A\n\t x = 1\nA\n\t x = 1\n\t y = 2\n"},
+        {"broken headers", "[A]\n[\nx = 1\n[\ny = 2\nx = 3\n",
+         "A\nA\n\t x = 1\nA\n\t x = 3\n\t y = 2\n"},
         {"NUL ends a line", "[S]\na = 1\0 2\n\0[T]\nb\0 = 1\n"s, "S\n\t a = 1\n"},
         {"pieces", "[S]\nk=" + wide + "v[T]\nx = 1\n", "S\n\t k = " + wide + "v\nT\n\t x = 1\n"},
     };
@@ -67,7 +69,9 @@ TEST_F(ConfFile, AFileThatCannotBeOpenedLeavesNothing) {
               "[File:confParser][Line:24][Func:int ConfParser::parseFile(const string&)]: "
               "fopen() fail");
     EXPECT_EQ(parser.getValue("A", "k") + dumped(parser), "");
-    EXPECT_EQ(parser.parseFile("/"), 0) << "a read error is the end of the file";
+    for (const char* path : {"/", "/dev/zero"}) {
+        EXPECT_EQ(parser.parseFile(path), -1) << path;
+    }
 }
 
 }  // namespace

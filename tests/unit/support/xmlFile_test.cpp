@@ -57,7 +57,7 @@ TEST(Encodings, AreDetected) {
         {"<?xml encoding='SJIS'?>\x83\x5C", shiftJis},
     };
     for (const auto& [text, encoding] : rows) {
-        EXPECT_EQ(XMLNode::detectEncoding(text, std::strlen(text)), encoding) << text;
+        EXPECT_EQ(XMLNode::detectEncoding(text, strlen(text)), encoding) << text;
     }
 }
 

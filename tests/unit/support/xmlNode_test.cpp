@@ -15,7 +15,7 @@ TEST(Write, LayoutFollowsTheFormat) {
     for (const auto& [plain, indented] : rows) {
         const XMLNode node = XMLNode::parseString(plain);
         int size = 0;
-        std::free(node.createString(1, &size));
+        free(node.createString(1, &size));
         EXPECT_EQ(static_cast<size_t>(size), indented.size());
         EXPECT_EQ(written(node, 1), indented);
         EXPECT_EQ(written(node, 0), plain);

@@ -32,13 +32,13 @@ TEST(Parse, WellFormedTextsAreWrittenBack) {
 }
 
 TEST(Parse, ErrorsHaveACodeAndAPlace) {
-    static constexpr const char* none = "(none)";
+    static constexpr const char* kNone = "(none)";
     const struct {
         const char* text;
         int code;
         int line;
         int column;
-        const char* result = none;
+        const char* result = kNone;
         const char* tag = nullptr;
     } rows[] = {
         // Warnings: the first one is reported, the tree is there.
@@ -57,8 +57,8 @@ TEST(Parse, ErrorsHaveACodeAndAPlace) {
         {"<a>x &#65</a>", 12, 1, 6},
         {"<a b='y\n&#x;'/>", 12, 2, 1},
         // The element asked for.
-        {"<b/>", 11, 0, 0, none, "a"},
-        {"<a><b></a>", 11, 0, 0, none, "c"},
+        {"<b/>", 11, 0, 0, kNone, "a"},
+        {"<a><b></a>", 11, 0, 0, kNone, "c"},
         {"<a><b/></a>", 0, 0, 0, "<a><b/></a>", ""},
         {"<a>x<b/><B c='1'/></a>", 0, 0, 0, "<b/>", "B"},
         {"<?xml?><!--x-->\n<b/><a>y</a>", 0, 0, 0, "<a>y</a>", "A"},
@@ -115,18 +115,18 @@ TEST(Texts, AreTrimmedAndMerged) {
 }
 
 TEST(Hostile, NestingIsNotLimitedByTheStack) {
-    constexpr int levels = 200000;
+    constexpr int kLevels = 200000;
     std::string text;
-    for (int i = 0; i < levels; ++i) {
+    for (int i = 0; i < kLevels; ++i) {
         text += "<a>";
     }
     XMLResults results{};
     const XMLNode node = XMLNode::parseString(text.c_str(), nullptr, &results);
     EXPECT_EQ(results.error, XMLError::unmatchedEndTagWarning);
-    EXPECT_EQ(results.column, 3 * levels + 1);
+    EXPECT_EQ(results.column, 3 * kLevels + 1);
     const std::string back = written(node);
-    EXPECT_EQ(back.size(), 7U * levels - 3);  // the innermost element is written as <a/>
-    EXPECT_EQ(back.substr(3 * (levels - 2), 11), "<a><a/></a>");
+    EXPECT_EQ(back.size(), 7U * kLevels - 3);  // the innermost element is written as <a/>
+    EXPECT_EQ(back.substr(3 * (kLevels - 2), 11), "<a><a/></a>");
     // Indented, each level adds a tab to each line: more than a text can hold.
     int size = 1;
     EXPECT_EQ(node.createString(1, &size), nullptr);

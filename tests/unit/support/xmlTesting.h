@@ -9,7 +9,7 @@
 
 /// The node as text; "(none)" when there is no text.
 inline std::string written(const XMLNode& node, int format = 0) {
-    const std::unique_ptr<char, decltype(&std::free)> text(node.createString(format), &std::free);
+    const std::unique_ptr<char, decltype(&free)> text(node.createString(format), &free);
     return text == nullptr ? "(none)" : text.get();
 }
 

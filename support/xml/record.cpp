@@ -1,0 +1,78 @@
+// Memory of the XML trees: blocks that grow with the tree, and the records laid into them.
+#include "support/xml/record.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "support/xml/characters.h"
+
+namespace support::xml {
+
+namespace {
+
+constexpr size_t kLargestBlock = size_t{4} << 20;
+
+void* allocateOrThrow(size_t size) {
+    void* const memory = malloc(size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+}  // namespace
+
+Document* Document::create(size_t room) {
+    const size_t size = sizeof(Document) + room;
+    void* const memory = allocateOrThrow(size);
+    auto* const document = new (memory) Document();
+    document->m_free = static_cast<char*>(memory) + sizeof(Document);
+    document->m_end = static_cast<char*>(memory) + size;
+    document->m_total = size;
+    return document;
+}
+
+void Document::addBlock_(size_t atLeast) {
+    // As much again as there is, so that the number of blocks stays small in a tree of any size.
+    const size_t size = sizeof(Block) + std::max(atLeast, std::min(m_total, kLargestBlock));
+    auto* const block = new (allocateOrThrow(size)) Block{m_blocks};
+    m_blocks = block;
+    m_free = reinterpret_cast<char*>(block + 1);
+    m_end = reinterpret_cast<char*>(block) + size;
+    m_total += size;
+}
+
+void Document::destroy_() noexcept {
+    for (Block* block = m_blocks; block != nullptr;) {
+        Block* const next = block->next;
+        free(block);
+        block = next;
+    }
+    free(this);
+}
+
+char* Document::copy(const char* bytes, size_t length) {
+    char* const text = allocate<char>(length + 1);
+    memcpy(text, bytes, length);
+    text[length] = '\0';
+    return text;
+}
+
+bool sameName(const char* left, size_t leftLength, const char* right, size_t rightLength) {
+    if (leftLength != rightLength) {
+        return false;
+    }
+    if (memcmp(left, right, leftLength) == 0) {
+        return true;
+    }
+    for (size_t i = 0; i < leftLength; ++i) {
+        if (lowerCase(left[i]) != lowerCase(right[i])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace support::xml

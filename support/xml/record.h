@@ -1,0 +1,141 @@
+// The records behind XMLNode and the memory they live in: one document owns all records, arrays
+// and strings of one tree. Internal to the XML library.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <new>
+
+#include "support/xmlParser.h"
+
+namespace support::xml {
+
+/// The memory of one tree, handed out piece by piece and given back as a whole. It counts the
+/// handles on the nodes of its tree; nothing outside the tree shares that count.
+class Document {
+  public:
+    /// A document with room for `room` bytes, and no handle yet. Throws std::bad_alloc.
+    static Document* create(size_t room);
+    Document(const Document&) = delete;
+    Document& operator=(const Document&) = delete;
+
+    void retain() noexcept { ++m_handles; }
+    /// Frees the document with its last handle.
+    void release() noexcept {
+        if (--m_handles == 0) {
+            destroy_();
+        }
+    }
+
+    /// Memory for `count` values, aligned for any pointer. Throws std::bad_alloc.
+    template <typename Value>
+    Value* allocate(size_t count) {
+        static_assert(alignof(Value) <= kAlignment);
+        // NOLINTNEXTLINE(bugprone-sizeof-expression): a value may well be a pointer
+        const size_t size = (count * sizeof(Value) + kAlignment - 1) & ~(kAlignment - 1);
+        if (size > static_cast<size_t>(m_end - m_free)) {
+            addBlock_(size);
+        }
+        char* const memory = m_free;
+        m_free += size;
+        return reinterpret_cast<Value*>(memory);
+    }
+    /// A copy of `length` bytes with a zero byte behind them.
+    char* copy(const char* bytes, size_t length);
+
+  private:
+    struct Block {
+        Block* next;
+    };
+    static constexpr size_t kAlignment = alignof(void*);
+
+    Document() = default;
+    ~Document() = default;
+    void addBlock_(size_t atLeast);
+    void destroy_() noexcept;
+
+    int64_t m_handles = 0;
+    char* m_free = nullptr;
+    char* m_end = nullptr;
+    Block* m_blocks = nullptr;  // all but the one that holds the document itself
+    size_t m_total = 0;
+};
+
+/// A text piece, decoded.
+struct Text {
+    const char* bytes;
+    uint32_t length;
+    uint32_t escapedLength;  // bytes once the markup characters are escaped
+};
+
+/// The kinds of content that an order entry tells apart.
+enum class ItemKind : uint8_t { child = 0, text = 2, clear = 3 };
+
+/// One node. An array of n elements has room for the next power of two, so that no capacity needs
+/// to be kept.
+struct Record {
+    const char* name;  // null: an unnamed node
+    uint32_t nameLength;
+    int32_t childCount;
+    int32_t textCount;
+    int32_t clearCount;
+    int32_t attributeCount;
+    bool isDeclaration;
+    Record* parent;
+    Record** children;
+    Text* texts;
+    ClearSection* clears;
+    NodeAttribute* attributes;
+    int32_t* order;  // index * 4 + ItemKind of each child, text and clear section
+    int32_t place;   // of this record in its parent's order
+    Document* document;
+
+    int32_t itemCount() const { return childCount + textCount + clearCount; }
+};
+
+inline ItemKind orderKind(int32_t entry) {
+    return static_cast<ItemKind>(entry & 3);
+}
+inline int32_t orderIndex(int32_t entry) {
+    return entry >> 2;
+}
+inline int32_t orderEntry(int32_t index, ItemKind kind) {
+    return index * 4 + static_cast<int32_t>(kind);
+}
+
+/// Elements that an array of `count` elements has room for.
+inline size_t arrayRoom(int32_t count) {
+    return std::bit_ceil(static_cast<uint32_t>(count));
+}
+
+/// Puts `value` at `index` of `array`, which has `count` elements before and one more afterwards.
+template <typename Value>
+void insertInto(Document& document, Value*& array, int32_t count, int32_t index,
+                const Value& value) {
+    if (count == 0 || arrayRoom(count) == static_cast<size_t>(count)) {
+        Value* const larger = document.allocate<Value>(arrayRoom(count + 1));
+        std::copy(array, array + count, larger);
+        array = larger;
+    }
+    std::copy_backward(array + index, array + count, array + count + 1);
+    array[index] = value;
+}
+
+/// A new record in `document`, in nobody's list of children yet. `name` is not copied.
+inline Record& newRecord(Document& document, Record* parent, const char* name, uint32_t nameLength,
+                         bool isDeclaration) {
+    auto& record = *new (document.allocate<Record>(1)) Record();
+    record.name = name;
+    record.nameLength = nameLength;
+    record.isDeclaration = isDeclaration;
+    record.parent = parent;
+    record.document = &document;
+    return record;
+}
+
+/// Whether the two names are the same but for the case of ASCII letters.
+bool sameName(const char* left, size_t leftLength, const char* right, size_t rightLength);
+
+}  // namespace support::xml
