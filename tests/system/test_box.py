@@ -1,10 +1,16 @@
-"""The box itself: what wrconf makes of files, and the tour through everything else that it has."""
+"""The box itself: what wrconf makes of files, a desktop that follows phones, an agent that misbehaves,
+and the tour through everything else that it has."""
 import os
+import subprocess
 from pathlib import Path
 
 import pytest
 
+from box import ask, connect, payload, receive, request, text, wait_until
 from conftest import run
+from test_login import FORMS, log_in
+
+BOX = Path(__file__).resolve().parents[2] / "nasbox"
 
 
 @pytest.mark.parametrize("before, words, after", [
@@ -37,7 +43,45 @@ def test_wrconf_refuses_what_would_not_be_read_back(tmp_path, words):
     assert file.read_text(encoding="utf-8") == "[A]\nk = old\n"
 
 
+@pytest.mark.usefixtures("desktop", "daemon")
+def test_desktop_follows_the_phone():
+    with subprocess.Popen(["torvik-desktop", "follow"]) as follower:
+        try:
+            for command, user, password in [
+                    ("Login", b"alice", b"wonderland"), ("Login", b"alice", b"wonderland"),
+                    ("Login2", b"carol", b"carol123")]:
+                # It does not run: that of the user before has ended.
+                assert text(payload("Launch", "Player"), "errRtn") == "success"
+                payload("Logout")
+                values = [FORMS[command](value) for value in (user, password)]
+                wait_until(lambda c=command, v=values: log_in(c, *v) == "login_success", 30)
+                wait_until(lambda u=user: text(payload("GetCurrentUser"), "user") == u.decode(), 30)
+        finally:
+            follower.terminate()
+
+
+@pytest.mark.usefixtures("daemon")
+@pytest.mark.parametrize("kind, heard", [
+    ("silent", lambda *_: (b"", b"")), ("cut", lambda size, _: (size[:len(size) // 2], b"")),
+    ("zero", lambda size, _: (size.replace(b"119", b"0"), b"")), ("slow", lambda *true: true),
+    ("long", lambda size, answer: (size, answer * 2)),
+    ("short", lambda size, answer: (size, answer[:len(answer) // 2]))])
+def test_faults_to_try_an_app_against(tmp_path, kind, heard):
+    socket = str(tmp_path / "agent")
+    with subprocess.Popen(["/usr/bin/python3", BOX / "faultyRelay.py", socket, kind]) as relay:
+        try:
+            wait_until(lambda: os.path.exists(socket))
+            if kind == "silent":
+                with connect(socket, timeout=0.3) as client, pytest.raises(TimeoutError):
+                    client.sendall(request("x"))
+                    receive(client)
+            else:
+                assert ask(request("x"), socket) == heard(*ask(request("x")))
+        finally:
+            relay.kill()
+
+
 def test_tour():
     """./dev demo, whose steps know the status that they have to end with."""
-    tour = run("/bin/sh", Path(__file__).resolve().parents[2] / "nasbox/demo")
+    tour = run("/bin/sh", BOX / "demo")
     assert tour.returncode == 0, tour.stdout
