@@ -19,7 +19,8 @@ const Option kGlobalOptions[] = {
     {.names = "-H,--host",
      .help = "Host of the agent: NAME, NAME:PORT or [IPV6]:PORT (default 127.0.0.1)",
      .target = &Arguments::host,
-     .environment = "KALLO_HOST"},
+     .environment = "KALLO_HOST",
+     .kind = ValueKind::host},
     {.names = "-p,--port",
      .help = "TCP port of the agent (default 9812)",
      .target = &Arguments::port,
@@ -48,7 +49,11 @@ const Option kListOptions[] = {
      .target = &Arguments::namesOnly},
 };
 const Option kIconOptions[] = {
-    {.names = "PACKAGE", .help = kPackageHelp, .target = &Arguments::package, .required = true},
+    {.names = "PACKAGE",
+     .help = kPackageHelp,
+     .target = &Arguments::package,
+     .required = true,
+     .kind = ValueKind::package},
     {.names = "DEVICE",
      .help = "Which of its icons",
      .target = &Arguments::device,
@@ -57,10 +62,15 @@ const Option kIconOptions[] = {
     {.names = "-o,--output",
      .help = "File to write, \"-\" for standard output",
      .target = &Arguments::output,
-     .required = true},
+     .required = true,
+     .kind = ValueKind::file},
 };
 const Option kLaunchOptions[] = {
-    {.names = "PACKAGE", .help = kPackageHelp, .target = &Arguments::package, .required = true},
+    {.names = "PACKAGE",
+     .help = kPackageHelp,
+     .target = &Arguments::package,
+     .required = true,
+     .kind = ValueKind::package},
     {.names = "--wait",
      .help = "Seconds to wait for its window (30 when no number follows)",
      .target = &Arguments::waitSeconds,
@@ -79,7 +89,8 @@ const Option kLoginOptions[] = {
     {.names = "USER",
      .help = "Name of the server user",
      .target = &Arguments::user,
-     .required = true},
+     .required = true,
+     .kind = ValueKind::user},
     {.names = "--plain",
      .help = "Send user and password unenciphered (Login2)",
      .target = &Arguments::plain},
@@ -97,7 +108,10 @@ const Option kRawOptions[] = {
      .target = &Arguments::local},
 };
 const Option kHelpOptions[] = {
-    {.names = "SUBCOMMAND", .help = "Which one", .target = &Arguments::topic},
+    {.names = "SUBCOMMAND",
+     .help = "Which one",
+     .target = &Arguments::topic,
+     .kind = ValueKind::subcommand},
 };
 
 const Command kRows[] = {

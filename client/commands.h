@@ -18,6 +18,9 @@ enum ExitStatus : int {
     exitFailed = 3,  ///< the agent cannot be reached or talked to, or its answer not be written
 };
 
+/// What an option or operand stands for, besides what its choices say: for completion.
+enum class ValueKind { text, package, user, file, host, subcommand };
+
 /// One option or operand. `names` without a dash is an operand, else "-x,--long" names.
 struct Option {
     const char* names;
@@ -30,6 +33,7 @@ struct Option {
     double most = 0;
     const char* bare = nullptr;         ///< the value of an option that stands without one
     const char* environment = nullptr;  ///< a variable that is taken in its place
+    ValueKind kind = ValueKind::text;
 };
 
 struct Command {
