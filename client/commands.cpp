@@ -194,6 +194,12 @@ const Command kRows[] = {
      .example = "kalloctl raw '<ZelvDocRoot><cmd>GetStatus</cmd></ZelvDocRoot>'",
      .options = kRawOptions,
      .run = runRaw},
+    {.name = "doctor",
+     .help = "Look over the server that this runs on: tools, files, packages, port",
+     .notes = "For root on the server. Each row is ok, warning or failed, with a remedy; the exit "
+              "status is 1 when one has failed. Nothing is changed.",
+     .example = "kalloctl doctor --json",
+     .run = runDoctor},
     {.name = "help",
      .help = "Show the help text, or that of a subcommand",
      .example = "kalloctl help launch",
