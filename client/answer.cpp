@@ -1,5 +1,6 @@
 #include "client/answer.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <string_view>
 #include <utility>
@@ -7,6 +8,7 @@
 #include "client/ask.h"
 #include "client/commands.h"
 #include "client/output.h"
+#include "client/refusals.h"
 #include "client/safeText.h"
 #include "companion/answer.h"
 #include "companion/request.h"
@@ -87,39 +89,61 @@ void showItems(const XMLNode& document, std::span<const Field> columns) {
     print(rows.size() == 1 ? "" : "\n" + alignedTable(rows, isColourWanted()));
 }
 
+void show(const Arguments& arguments, const XMLNode& document, const Layout& layout) {
+    if (arguments.json) {
+        showAsJson(document, layout);
+        return;
+    }
+    showFacts(document, layout.facts);
+    if (!layout.columns.empty()) {
+        showItems(document, layout.columns);
+    }
+}
+
 }  // namespace
 
-int judge(const XMLNode& document) {
+int judge(const Arguments& arguments, const std::string& command, const XMLNode& document) {
     const std::string result = companion::resultOf(document);
     if (companion::isSuccess(result)) {
         return exitDone;
     }
-    complain(result.empty() ? "the agent's answer tells no result" : result);
-    return result.empty() ? exitFailed : exitRefused;
+    if (result.empty()) {
+        complain("the agent's answer tells no result");
+        return exitFailed;
+    }
+    const std::string& subject = arguments.package.empty() ? arguments.user : arguments.package;
+    const bool isMissing = result == protocol::kResultTexts[protocol::vexaNotFound];
+    complain(Complaint{refusalText(command, result, subject), result,
+                       isMissing ? suggestPackage(arguments) : ""});
+    return exitRefused;
 }
 
-int showAnswer(const Arguments& arguments, const XMLNode& document, const Layout& layout) {
-    if (arguments.json) {
-        showAsJson(document, layout);
-    } else {
-        showFacts(document, layout.facts);
-        if (!layout.columns.empty()) {
-            showItems(document, layout.columns);
-        }
+std::string suggestPackage(const Arguments& arguments, bool* isKnown) {
+    const Answer answer =
+        askDocument(connectAgent(arguments), companion::requestText(protocol::kListVexa));
+    std::vector<std::string> names;
+    for (const XMLNode& item : companion::itemsOf(answer.document)) {
+        names.push_back(companion::childText(item, protocol::kNameElement));
     }
-    return judge(document);
+    if (isKnown != nullptr) {
+        *isKnown = std::ranges::find(names, arguments.package) != names.end();
+    }
+    return nearestName(arguments.package, names);
 }
 
 int askAndShow(const Arguments& arguments, const std::string& request, const Layout& layout) {
     const Answer answer = askAgent(arguments, request);
-    return answer.reply == Reply::answered ? showAnswer(arguments, answer.document, layout)
-                                           : exitFailed;
+    if (answer.reply != Reply::answered) {
+        return exitFailed;
+    }
+    show(arguments, answer.document, layout);
+    return judge(arguments, companion::commandOf(request), answer.document);
 }
 
 int runUnanswered(const Arguments& arguments, const char* command) {
     const Answer answer = askDocument(connectAgent(arguments), companion::requestText(command));
     if (answer.reply == Reply::answered) {
-        return judge(answer.document);
+        return judge(arguments, command, answer.document);
     }
     if (answer.reply == Reply::failure) {
         complain(answer.error);

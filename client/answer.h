@@ -24,14 +24,17 @@ struct Layout {
     std::span<const Field> columns{};
 };
 
-/// Shows `document` by `layout` as tables or JSON. A refusal (its `errRtn`) is told on standard
-/// error. Returns exitDone or exitRefused.
-int showAnswer(const Arguments& arguments, const XMLNode& document, const Layout& layout);
+/// Tells of a refusal (its `errRtn`) in `document`, the answer to `command`, on standard error; a
+/// package that is not found is looked for among those that there are. Returns exitDone,
+/// exitRefused, or exitFailed for an answer without a result.
+int judge(const Arguments& arguments, const std::string& command, const XMLNode& document);
 
-/// Tells of a refusal in `document` on standard error; returns exitDone or exitRefused.
-int judge(const XMLNode& document);
+/// The name of a package that is much like that of the command line, and is one of the agent's;
+/// empty when there is none. `isKnown`, unless null, receives whether the very name is.
+std::string suggestPackage(const Arguments& arguments, bool* isKnown = nullptr);
 
-/// Asks the agent (see client/ask.h) and shows its answer. Returns an ExitStatus.
+/// Asks the agent (see client/ask.h), shows its answer by `layout` as tables or JSON, and judges
+/// it. Returns an ExitStatus.
 int askAndShow(const Arguments& arguments, const std::string& request, const Layout& layout);
 
 /// Sends a command that the agent never answers and waits until it closes the connection.

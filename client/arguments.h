@@ -5,13 +5,11 @@
 #include <chrono>
 #include <string>
 
-#include "support/protocol.h"
-
 namespace client {
 
 struct Arguments {
-    std::string host = "127.0.0.1";
-    int port = protocol::kPort;
+    std::string host = "127.0.0.1";  ///< as written, until takeAddress took it apart
+    int port = 0;                    ///< 0: not given
     double timeoutSeconds = 10;
     bool json = false;
 
@@ -26,6 +24,8 @@ struct Arguments {
     bool passwordStdin = false;
     bool local = false;
     double intervalSeconds = 2;
+    double waitSeconds = 0;  ///< 0: not at all
+    std::string topic;
 };
 
 inline std::chrono::milliseconds millisecondsOf(double seconds) {

@@ -9,9 +9,9 @@
 #include <cstring>
 #include <vector>
 
+#include "client/agentAddress.h"
 #include "client/commands.h"
 #include "client/output.h"
-#include "client/safeText.h"
 
 namespace client {
 namespace {
@@ -48,6 +48,9 @@ void addOption(CLI::App& app, const Option& row, Arguments& arguments) {
         option->check(member);
         option->type_name(CLI::detail::join(choices, "|"));
     }
+    if (row.environment != nullptr) {
+        option->envname(row.environment);
+    }
     if (row.most > row.least) {
         CLI::Range range(row.least, row.most);
         range.description("");
@@ -81,18 +84,44 @@ void addCommand(CLI::App& app, const Command& row, Arguments& arguments) {
     command->footer(text + "Example:\n  " + row.example);
 }
 
-std::string usageError(const CLI::App* app, const CLI::Error& error) {
-    const std::vector<std::string> unknown = app->remaining();
-    const bool namesNone = app->get_subcommands().empty() && !unknown.empty();
-    const std::string fault = namesNone ? "unknown subcommand " + unknown.front() : error.what();
-    return "kalloctl: " + safeText(fault) +
-           "\n\"kalloctl --help\" and \"kalloctl SUBCOMMAND --help\" tell more.\n";
+int endInUsageError(const std::string& fault, bool json) {
+    complain(fault);
+    fputs(json ? "" : "\"kalloctl --help\" and \"kalloctl SUBCOMMAND --help\" tell more.\n",
+          stderr);
+    return exitUsage;
 }
 
-/// The parser knows no other names than those of the table.
-const Command& chosenCommand(const CLI::App& app) {
-    return *std::ranges::find(commands(), app.get_subcommands().front()->get_name(),
-                              &Command::name);
+std::string faultOf(const CLI::App& app, const CLI::Error& error) {
+    const std::vector<std::string> unknown = app.remaining();
+    const bool namesNone = app.get_subcommands().empty() && !unknown.empty();
+    return namesNone ? "unknown subcommand " + unknown.front() : error.what();
+}
+
+bool isNumber(const std::string& word) {
+    return !word.empty() && word.find_first_not_of("0123456789.") == std::string::npos;
+}
+
+/// The value of `word`, an option, where it may stand without one; null when it may not.
+const char* bareValueOf(const std::string& word) {
+    for (const Command& row : commands()) {
+        const auto option = std::ranges::find(row.options, word, &Option::names);
+        if (option != row.options.end()) {
+            return option->bare;
+        }
+    }
+    return nullptr;
+}
+
+/// The words of the command line. The parser would take any word behind an option for its value.
+std::vector<std::string> wordsOf(int argc, const char* const* argv) {
+    std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+    for (size_t i = 0; i < words.size(); ++i) {
+        const char* const value = bareValueOf(words[i]);
+        if (value != nullptr && (i + 1 == words.size() || !isNumber(words[i + 1]))) {
+            words[i] += std::string("=") + value;
+        }
+    }
+    return words;
 }
 
 // The widths of characters come from the locale; the agent's texts are UTF-8 whatever it says.
@@ -102,29 +131,52 @@ void useUtf8() {
     }
 }
 
-}  // namespace
-
-int runCommandLine(int argc, const char* const* argv) {
-    useUtf8();
-    Arguments arguments;
-    CLI::App app("Command-line companion of the television agent kalloagent", "kalloctl");
-    app.set_version_flag("--version", "kalloctl " KALLO_VERSION);
+void addAll(CLI::App& app, Arguments& arguments) {
+    app.set_version_flag("-v,--version", "kalloctl " KALLO_VERSION);
     app.footer(kFooter);
     app.fallthrough();
     app.require_subcommand(1);
-    app.failure_message(usageError);
     for (const Option& option : globalOptions()) {
         addOption(app, option, arguments);
     }
     for (const Command& row : commands()) {
         addCommand(app, row, arguments);
     }
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? exitDone : exitUsage;
+}
+
+}  // namespace
+
+int runHelp(const Arguments& arguments) {
+    const std::string& topic = arguments.topic;
+    if (!topic.empty() && findCommand(topic) == nullptr) {
+        return endInUsageError("unknown subcommand " + topic, arguments.json);
     }
-    const int status = chosenCommand(app).run(arguments);
+    const char* const words[] = {"kalloctl", "--help", topic.c_str()};
+    return runCommandLine(topic.empty() ? 2 : 3, words);
+}
+
+int runCommandLine(int argc, const char* const* argv) {
+    useUtf8();
+    std::vector<std::string> words = wordsOf(argc, argv);
+    const bool json = std::ranges::find(words, "--json") != words.end();
+    if (json) {
+        complainInJson();
+    }
+    std::ranges::reverse(words);  // as the parser takes them
+    Arguments arguments;
+    CLI::App app("Command-line companion of the television agent kalloagent", "kalloctl");
+    addAll(app, arguments);
+    try {
+        app.parse(words);
+    } catch (const CLI::ParseError& error) {
+        return error.get_exit_code() == 0 ? app.exit(error)
+                                          : endInUsageError(faultOf(app, error), json);
+    }
+    const std::string fault = takeAddress(arguments);
+    if (!fault.empty()) {
+        return endInUsageError(fault, json);
+    }
+    const int status = findCommand(app.get_subcommands().front()->get_name())->run(arguments);
     return finishOutput() ? status : exitFailed;
 }
 

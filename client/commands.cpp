@@ -1,5 +1,9 @@
 #include "client/commands.h"
 
+#include <algorithm>
+
+#include "support/protocol.h"
+
 namespace client {
 namespace {
 
@@ -13,8 +17,10 @@ constexpr double kLongest = 86400;
 
 const Option kGlobalOptions[] = {
     {.names = "-H,--host",
-     .help = "Host of the agent (default 127.0.0.1)",
-     .target = &Arguments::host},
+     .help = "Host of the agent: NAME, NAME:PORT or [IPV6]:PORT (default 127.0.0.1)",
+     .target = &Arguments::host,
+     .environment = "KALLO_HOST",
+     .kind = ValueKind::host},
     {.names = "-p,--port",
      .help = "TCP port of the agent (default 9812)",
      .target = &Arguments::port,
@@ -43,7 +49,11 @@ const Option kListOptions[] = {
      .target = &Arguments::namesOnly},
 };
 const Option kIconOptions[] = {
-    {.names = "PACKAGE", .help = kPackageHelp, .target = &Arguments::package, .required = true},
+    {.names = "PACKAGE",
+     .help = kPackageHelp,
+     .target = &Arguments::package,
+     .required = true,
+     .kind = ValueKind::package},
     {.names = "DEVICE",
      .help = "Which of its icons",
      .target = &Arguments::device,
@@ -52,10 +62,21 @@ const Option kIconOptions[] = {
     {.names = "-o,--output",
      .help = "File to write, \"-\" for standard output",
      .target = &Arguments::output,
-     .required = true},
+     .required = true,
+     .kind = ValueKind::file},
 };
 const Option kLaunchOptions[] = {
-    {.names = "PACKAGE", .help = kPackageHelp, .target = &Arguments::package, .required = true},
+    {.names = "PACKAGE",
+     .help = kPackageHelp,
+     .target = &Arguments::package,
+     .required = true,
+     .kind = ValueKind::package},
+    {.names = "--wait",
+     .help = "Seconds to wait for its window (30 when no number follows)",
+     .target = &Arguments::waitSeconds,
+     .least = kShortest,
+     .most = kLongest,
+     .bare = "30"},
 };
 const Option kAutoLoginOptions[] = {
     {.names = "CHOICE",
@@ -68,7 +89,8 @@ const Option kLoginOptions[] = {
     {.names = "USER",
      .help = "Name of the server user",
      .target = &Arguments::user,
-     .required = true},
+     .required = true,
+     .kind = ValueKind::user},
     {.names = "--plain",
      .help = "Send user and password unenciphered (Login2)",
      .target = &Arguments::plain},
@@ -84,6 +106,12 @@ const Option kRawOptions[] = {
     {.names = "--local",
      .help = "Send it to the local channel instead of the TCP port",
      .target = &Arguments::local},
+};
+const Option kHelpOptions[] = {
+    {.names = "SUBCOMMAND",
+     .help = "Which one",
+     .target = &Arguments::topic,
+     .kind = ValueKind::subcommand},
 };
 
 const Command kRows[] = {
@@ -106,13 +134,16 @@ const Command kRows[] = {
      .run = runList},
     {.name = "icon",
      .help = "Fetch a package's icon",
-     .notes = "The file is written whole or not at all.",
+     .notes = "The file is written whole or not at all. With --json, file and size in bytes are "
+              "told. An icon is never written to a terminal.",
      .example = "kalloctl icon Player phone -o player.png",
      .options = kIconOptions,
      .run = runIcon},
     {.name = "launch",
      .help = "Start a package on the screen",
-     .example = "kalloctl launch Player",
+     .notes = "With --wait it ends when a window is up that was not before, and fails when none "
+              "comes in time. Asking for the windows clears the refreshed mark.",
+     .example = "kalloctl launch Player --wait",
      .options = kLaunchOptions,
      .run = runLaunch},
     {.name = "kill-all",
@@ -127,8 +158,8 @@ const Command kRows[] = {
      .run = runUser},
     {.name = "settings",
      .help = "Show the desktop's login setting",
-     .notes = "AutoLogin is passed on as the agent sends it: the stored RequireLogin value, \"no\" "
-              "when there is none.",
+     .notes = "With --json it is AutoLogin, the wire's name for the stored RequireLogin value, "
+              "\"no\" when there is none.",
      .example = "kalloctl settings",
      .run = runSettings},
     {.name = "auto-login",
@@ -163,6 +194,17 @@ const Command kRows[] = {
      .example = "kalloctl raw '<ZelvDocRoot><cmd>GetStatus</cmd></ZelvDocRoot>'",
      .options = kRawOptions,
      .run = runRaw},
+    {.name = "doctor",
+     .help = "Look over the server that this runs on: tools, files, packages, port",
+     .notes = "For root on the server. Each row is ok, warning or failed, with a remedy; the exit "
+              "status is 1 when one has failed. Nothing is changed.",
+     .example = "kalloctl doctor --json",
+     .run = runDoctor},
+    {.name = "help",
+     .help = "Show the help text, or that of a subcommand",
+     .example = "kalloctl help launch",
+     .options = kHelpOptions,
+     .run = runHelp},
 };
 
 }  // namespace
@@ -173,6 +215,11 @@ std::span<const Option> globalOptions() {
 
 std::span<const Command> commands() {
     return kRows;
+}
+
+const Command* findCommand(std::string_view name) {
+    const auto* const row = std::ranges::find(kRows, name, &Command::name);
+    return row == std::end(kRows) ? nullptr : row;
 }
 
 }  // namespace client

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <span>
+#include <string_view>
 #include <variant>
 
 #include "client/arguments.h"
@@ -17,6 +18,9 @@ enum ExitStatus : int {
     exitFailed = 3,  ///< the agent cannot be reached or talked to, or its answer not be written
 };
 
+/// What an option or operand stands for, besides what its choices say: for completion.
+enum class ValueKind { text, package, user, file, host, subcommand };
+
 /// One option or operand. `names` without a dash is an operand, else "-x,--long" names.
 struct Option {
     const char* names;
@@ -27,6 +31,9 @@ struct Option {
     std::span<const char* const> choices{};
     double least = 0;  ///< bounds of a number, both included
     double most = 0;
+    const char* bare = nullptr;         ///< the value of an option that stands without one
+    const char* environment = nullptr;  ///< a variable that is taken in its place
+    ValueKind kind = ValueKind::text;
 };
 
 struct Command {
@@ -40,6 +47,9 @@ struct Command {
 
 /// The options of every subcommand, which may stand before or after it.
 std::span<const Option> globalOptions();
+
+/// The row of that subcommand; null when there is none.
+const Command* findCommand(std::string_view name);
 
 /// Every subcommand, in the order of the help text.
 std::span<const Command> commands();
@@ -57,5 +67,7 @@ int runLogin(const Arguments& arguments);
 int runLogout(const Arguments& arguments);
 int runPassword(const Arguments& arguments);
 int runRaw(const Arguments& arguments);
+int runDoctor(const Arguments& arguments);
+int runHelp(const Arguments& arguments);
 
 }  // namespace client

@@ -40,7 +40,7 @@ int showPassword(const Arguments& arguments, const XMLNode& document) {
     } else if (!password.empty()) {
         printForeign(password + "\n");
     }
-    return judge(document);
+    return judge(arguments, protocol::kGetPassword, document);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "client/safeText.h"
+#include "support/protocol.h"
 
 namespace client {
 namespace {
@@ -18,6 +19,14 @@ namespace {
 constexpr const char* kEmphasis = "\033[1m";
 constexpr const char* kPlain = "\033[m";
 constexpr size_t kColumnGap = 2;
+
+bool isComplaintJson = false;
+
+std::string jsonText(const nlohmann::ordered_json& value, bool indented) {
+    constexpr bool kOnlyAscii = true;
+    return value.dump(indented ? 2 : -1, ' ', kOnlyAscii,
+                      nlohmann::ordered_json::error_handler_t::replace);
+}
 
 std::vector<size_t> columnWidths(const std::vector<Row>& rows) {
     std::vector<size_t> widths;
@@ -77,10 +86,7 @@ void printForeign(std::string_view text) {
 }
 
 void printJson(const nlohmann::ordered_json& value, bool indented) {
-    constexpr bool kOnlyAscii = true;
-    print(value.dump(indented ? 2 : -1, ' ', kOnlyAscii,
-                     nlohmann::ordered_json::error_handler_t::replace));
-    print("\n");
+    print(jsonText(value, indented) + "\n");
 }
 
 nlohmann::ordered_json numberOrText(const std::string& text) {
@@ -101,8 +107,27 @@ bool finishOutput() {
     return false;
 }
 
-void complain(std::string_view message) {
-    fprintf(stderr, "kalloctl: %s\n", safeText(message).c_str());
+void complainInJson() {
+    isComplaintJson = true;
+}
+
+void complain(const Complaint& complaint) {
+    const auto& [text, result, suggestion] = complaint;
+    if (isComplaintJson) {
+        nlohmann::ordered_json value = {{"error", text}};
+        result.empty() ? void() : value.push_back({protocol::kResultElement, result});
+        suggestion.empty() ? void() : value.push_back({"suggestion", suggestion});
+        fprintf(stderr, "%s\n", jsonText(value, false).c_str());
+        return;
+    }
+    std::string line = text;
+    line += result.empty() ? "" : " (" + result + ")";
+    line += suggestion.empty() ? "" : "; did you mean " + suggestion + "?";
+    fprintf(stderr, "kalloctl: %s\n", safeText(line).c_str());
+}
+
+void complain(std::string_view text) {
+    complain(Complaint{std::string(text)});
 }
 
 }  // namespace client

@@ -32,7 +32,20 @@ nlohmann::ordered_json numberOrText(const std::string& text);
 /// it.
 bool finishOutput();
 
-/// "kalloctl: " and `message`, made harmless, as a line on standard error.
-void complain(std::string_view message);
+/// What went wrong. The last two are empty where there is none.
+struct Complaint {
+    std::string text;
+    std::string result{};      ///< the agent's word for it
+    std::string suggestion{};  ///< what was perhaps meant
+};
+
+/// From now on complaints are JSON: one object on a line, "error" and, where there are any,
+/// "errRtn" and "suggestion".
+void complainInJson();
+
+/// Tells of a complaint on standard error, as "kalloctl: " and a line that is made harmless, or as
+/// JSON.
+void complain(const Complaint& complaint);
+void complain(std::string_view text);
 
 }  // namespace client

@@ -2,12 +2,15 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "client/answer.h"
 #include "client/ask.h"
 #include "client/commands.h"
+#include "client/launchWait.h"
 #include "client/output.h"
+#include "client/refusals.h"
 #include "client/wholeFile.h"
 #include "companion/answer.h"
 #include "companion/request.h"
@@ -35,11 +38,16 @@ constexpr Field kPackageColumns[] = {
 };
 constexpr Field kLaunchFacts[] = {{protocol::kResultElement, "Launch"}};
 
-int showNames(const XMLNode& document) {
+int showNames(const Arguments& arguments, const XMLNode& document) {
+    nlohmann::ordered_json names = nlohmann::ordered_json::array();
     for (const XMLNode& item : companion::itemsOf(document)) {
-        printForeign(companion::childText(item, protocol::kNameElement) + "\n");
+        const std::string name = companion::childText(item, protocol::kNameElement);
+        arguments.json ? names.push_back(name) : printForeign(name + "\n");
     }
-    return judge(document);
+    if (arguments.json) {
+        printJson(names, true);
+    }
+    return judge(arguments, protocol::kListVexa, document);
 }
 
 // A line that is written over again and again, and wiped in the end; only for large answers, and
@@ -64,7 +72,51 @@ int saveIcon(const Arguments& arguments, const std::string& icon) {
         complain(error);
         return exitFailed;
     }
+    if (arguments.json) {
+        printJson({{"output", arguments.output}, {"size", icon.size()}}, true);
+    }
     return exitDone;
+}
+
+// An image holds what steers a terminal, and is no JSON.
+bool mayGoTo(const Arguments& arguments) {
+    if (arguments.output == "-" && (arguments.json || isatty(STDOUT_FILENO) == 1)) {
+        complain(arguments.json ? "--json needs a file for the icon, not standard output"
+                                : "an icon is not for a terminal: name a file, or redirect");
+        return false;
+    }
+    return true;
+}
+
+// Returns exitRefused for an icon that is missing, which is for the caller to tell. The connection
+// is closed by then: the agent serves one at a time.
+int fetchIcon(const Arguments& arguments, const std::string& request, std::string& icon) {
+    Connection connection = connectAgent(arguments);
+    if (!connection.socket) {
+        complain(connection.error);
+        return exitFailed;
+    }
+    Conversation conversation(std::move(connection.socket));
+    const Reply reply = conversation.ask(request);
+    if (reply == Reply::answered && conversation.size() == 0) {
+        return exitRefused;
+    }
+    if (reply != Reply::answered || !conversation.receive(icon, showProgress)) {
+        complain(reply == Reply::silence ? kSilence : conversation.error());
+        return exitFailed;
+    }
+    return exitDone;
+}
+
+// The agent announces an icon that is missing and one of a missing package alike.
+int refuseIcon(const Arguments& arguments) {
+    bool isKnown = false;
+    const std::string suggestion = suggestPackage(arguments, &isKnown);
+    complain(
+        isKnown || suggestion.empty()
+            ? Complaint{"there is no such icon: " + arguments.package + ", " + arguments.device}
+            : Complaint{refusalText(protocol::kGetIcon, "", arguments.package), "", suggestion});
+    return exitRefused;
 }
 
 // The agent takes a missing name for a success, so an empty one is not sent at all.
@@ -84,46 +136,34 @@ bool isFit(const std::string& package, const std::string& request) {
 
 int runList(const Arguments& arguments) {
     const std::string request = companion::requestText(protocol::kListVexa);
-    if (!arguments.namesOnly || arguments.json) {
+    if (!arguments.namesOnly) {
         return askAndShow(arguments, request, {kListFacts, kPackageColumns});
     }
     const Answer answer = askAgent(arguments, request);
-    return answer.reply == Reply::answered ? showNames(answer.document) : exitFailed;
+    return answer.reply == Reply::answered ? showNames(arguments, answer.document) : exitFailed;
 }
 
 int runIcon(const Arguments& arguments) {
     const std::string request =
         companion::requestText(protocol::kGetIcon, {arguments.package, arguments.device});
-    if (!isFit(arguments.package, request)) {
+    if (!isFit(arguments.package, request) || !mayGoTo(arguments)) {
         return exitUsage;
     }
-    Connection connection = connectAgent(arguments);
-    if (!connection.socket) {
-        complain(connection.error);
-        return exitFailed;
-    }
-    Conversation conversation(std::move(connection.socket));
-    const Reply reply = conversation.ask(request);
-    if (reply == Reply::silence) {
-        complain(kSilence);
-        return exitFailed;
-    }
-    if (reply == Reply::answered && conversation.size() == 0) {
-        complain("no such icon");
-        return exitRefused;
-    }
     std::string icon;
-    if (reply == Reply::failure || !conversation.receive(icon, showProgress)) {
-        complain(conversation.error());
-        return exitFailed;
+    const int status = fetchIcon(arguments, request, icon);
+    if (status != exitDone) {
+        return status == exitRefused ? refuseIcon(arguments) : status;
     }
     return saveIcon(arguments, icon);
 }
 
 int runLaunch(const Arguments& arguments) {
     const std::string request = companion::requestText(protocol::kLaunch, {arguments.package});
-    return isFit(arguments.package, request) ? askAndShow(arguments, request, {kLaunchFacts})
-                                             : exitUsage;
+    if (!isFit(arguments.package, request)) {
+        return exitUsage;
+    }
+    return arguments.waitSeconds > 0 ? launchAndWait(arguments, request)
+                                     : askAndShow(arguments, request, {kLaunchFacts});
 }
 
 int runKillAll(const Arguments& arguments) {

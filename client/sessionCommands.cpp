@@ -18,7 +18,7 @@ constexpr Field kWindowColumns[] = {
     {protocol::kWindowTitleElement, "TITLE"},
 };
 constexpr Field kUserFacts[] = {{protocol::kUserElement, "User"}};
-constexpr Field kSettingsFacts[] = {{protocol::kAutoLoginElement, "AutoLogin"}};
+constexpr Field kSettingsFacts[] = {{protocol::kAutoLoginElement, "Login required"}};
 constexpr Field kAutoLoginFacts[] = {{protocol::kResultElement, "Automatic login"}};
 
 }  // namespace

@@ -36,17 +36,18 @@ constexpr const char* nameOf(ChangeKind kind) {
     return "";
 }
 
-std::string now(const char* format) {
+// Time zone by `takeApart`: localtime_r(3) for people, gmtime_r(3) for machines.
+std::string now(const char* format, tm* (*takeApart)(const time_t*, tm*)) {
     const time_t seconds = time(nullptr);
     tm parts{};
     char text[32] = "";
-    localtime_r(&seconds, &parts);
+    takeApart(&seconds, &parts);
     strftime(text, sizeof text, format, &parts);
     return text;
 }
 
 void printEventJson(const Event& event) {
-    nlohmann::ordered_json value = {{"time", now("%FT%T%z")}, {"event", event.name}};
+    nlohmann::ordered_json value = {{"time", now("%FT%TZ", gmtime_r)}, {"event", event.name}};
     if (!event.window.id.empty()) {
         value[protocol::kWindowIdElement] = event.window.id;
         value[protocol::kProcessElement] = numberOrText(event.window.pid);
@@ -59,7 +60,7 @@ void printEventJson(const Event& event) {
 }
 
 void printEventLine(const Event& event) {
-    std::string line = now("%T") + "  " + event.name;
+    std::string line = now("%T", localtime_r) + "  " + event.name;
     if (!event.window.id.empty()) {
         line += "  " + event.window.id + "  pid " + event.window.pid + "  " + event.window.title;
     }

@@ -1,5 +1,7 @@
 """kalloctl against the running agent, where a script of its answers would not do."""
 import fcntl
+import json
+import os
 import socket
 import struct
 from contextlib import contextmanager, suppress
@@ -7,7 +9,7 @@ from pathlib import Path
 
 import pytest
 
-from box import TCP, wait_until
+from box import CHANNEL, TCP, wait_until
 from conftest import run
 
 SIOCSIFADDR = 0x8916
@@ -51,3 +53,49 @@ def test_host_names_stand_for_ipv4_addresses():
         assert not was_called(listener)
         assert run("kalloctl", "-H", "fd00::5", "--timeout", "0.1", "status").returncode == 3
         assert was_called(listener)
+
+
+PLAYER = Path("/share/Volume1/vexa/Player/.kallo/kallo.xml")
+BROKEN = [
+    ("/sbin/rdconf", "failed", "no program", lambda nas: nas.replace("/sbin/rdconf", None)),
+    ("/usr/bin/base64", "failed", "answer", lambda nas: nas.replace("/usr/bin/base64", "exit 1")),
+    ("/etc/config/shadow", "failed", "missing", lambda nas: os.remove("/etc/config/shadow")),
+    ("/etc/config/shadow", "warning", "0644", lambda nas: os.chmod("/etc/config/shadow", 0o644)),
+    ("Player", "failed", "line 2, column 7", lambda nas: PLAYER.write_text(
+        "<KALLO>\n<name>&#65 </name></KALLO>")),
+    ("Player", "warning", "line 1, column 14", lambda nas: PLAYER.write_text(
+        "<KALLO><name></KALLO>")),
+    ("Player", "warning", "icon_pad", lambda nas: (PLAYER.parent / "images/pad.png").unlink()),
+    ("Photos", "warning", "Key=Value", lambda nas: Path(nas.registry).write_text(
+        "[Photos]\nClass = Torvik\nEnable=FALSE\n")),
+    ("/var/run/kalloagent/kalloagent.pid", "failed", "no agent", lambda nas: Path(
+        "/run/kalloagent/kalloagent.pid").write_text("1")),
+    ("local channel", "failed", "No such file", lambda nas: os.remove(CHANNEL)),
+    ("/tmp/Torvik.ServicePipe", "warning", "open", lambda nas: os.chmod(
+        "/tmp/Torvik.ServicePipe", 0o622)),
+    ("session user", "warning", "no NasUser", lambda nas: nas.replace("/opt/bin/zelvshmenv", "")),
+    ("DISPLAY=", "failed", "no windows", lambda nas: nas.replace("/usr/bin/wmctrl", "exit 1")),
+]
+
+
+def examined(*options):
+    """The exit status of the doctor, and its rows by what they are about."""
+    done = run("kalloctl", "doctor", "--json", *options)
+    return done.returncode, {row["what"]: row for row in json.loads(done.stdout)}
+
+
+@pytest.mark.usefixtures("desktop")
+@pytest.mark.parametrize("what, state, found, harm", BROKEN)
+def test_doctor_finds_what_is_broken(nas, start_daemon, what, state, found, harm):
+    start_daemon(umask=0o077)
+    status, rows = examined()
+    assert status == 0 and rows[what]["state"] == "ok" and not rows[what]["remedy"]
+    harm(nas)
+    status, rows = examined()
+    assert rows[what]["state"] == state and found in rows[what]["found"] and rows[what]["remedy"]
+    assert status == (state == "failed")
+
+
+def test_doctor_tells_who_listens(daemon):  # pylint: disable=unused-argument
+    assert examined()[1]["0.0.0.0 port 9812"]["state"] == "ok"
+    assert examined("-p", "9813")[1]["port 9813"]["state"] == "failed"

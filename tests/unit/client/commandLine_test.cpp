@@ -2,6 +2,7 @@
 // with which status kalloctl ends.
 #include <nlohmann/json.hpp>
 
+#include "client/agentAddress.h"
 #include "client/commands.h"
 #include "companion/answer.h"
 #include "fakeAgent.h"
@@ -22,7 +23,8 @@ struct ProgramRun {
 class CommandLine : public FolderTest {
   protected:
     ProgramRun run(const Words& words, const std::string& input = "") const;
-    ProgramRun runAgainst(const Script& script, Words words, const std::string& input = "") const;
+    ProgramRun runAgainst(const std::vector<Script>& scripts, Words words,
+                          const std::string& input = "") const;
 };
 
 ProgramRun CommandLine::run(const Words& words, const std::string& input) const {
@@ -36,9 +38,9 @@ ProgramRun CommandLine::run(const Words& words, const std::string& input) const 
     return {status, contentOf(path(status == exitDone ? "out" : "err"))};
 }
 
-ProgramRun CommandLine::runAgainst(const Script& script, Words words,
+ProgramRun CommandLine::runAgainst(const std::vector<Script>& scripts, Words words,
                                    const std::string& input) const {
-    FakeAgent agent(script);
+    FakeAgent agent(scripts);
     words.insert(words.end(), {"--timeout", "0.5", "-p", std::to_string(agent.port)});
     ProgramRun result = run(words, input);
     agent.finish();
@@ -60,6 +62,8 @@ Script ok(const std::string& fields) {
 }
 
 const Script kSilence{};
+const Script kTwo = ok("<item><name>Film</name></item><item><name>Radio</name></item>");
+const std::string kFault = "kalloctl: there is no package radiu";
 
 // "anna" and "pass" as 64-byte blocks filled with 0xFF, by openssl enc -aes-256-ecb -nopad.
 const std::string kLogin =
@@ -76,10 +80,16 @@ TEST_F(CommandLine, SendsAndPrintsAndJudges) {
         std::string input = "pass\nmore";
     } rows[] = {
         {{"user"}, ok("<user>anna</user>"), {0, "User:  anna\n", "GetCurrentUser"}},
-        {{"settings"}, ok("<AutoLogin>no</AutoLogin>"), {0, "AutoLogin:  no\n", "GetKALLOSetting"}},
+        {{"settings"},
+         ok("<AutoLogin>no</AutoLogin>"),
+         {0, "Login required:  no\n", "GetKALLOSetting"}},
         {{"launch", "A & <B>"}, ok(""), {0, "Launch:  success\n", "Launch|A & <B>"}},
         {{"launch", "X"}, result("\033[2J"), {1, "\xEF\xBF\xBD[2J", "Launch|X"}},
         {{"launch", "X"}, answeringFields(""), {3, "no result", "Launch|X"}},
+        {{"launch", "X"}, result("invalid_command"), {1, "X is running already (in", "Launch|X"}},
+        {{"user"}, result("login_required"), {1, ": nobody is logged in", "GetCurrentUser"}},
+        {{"list"}, result("login_required"), {1, "desktop is not running (log", "ListVEXA"}},
+        {{"list", "--names", "--json"}, kTwo, {0, "[\n  \"Film\",\n  \"Radio\"\n]\n", "ListVEXA"}},
         {{"kill-all"}, kSilence, {0, "", "KillAll"}},
         {{"logout", "--json"}, kSilence, {0, "{\n  \"done\": true\n}\n", "Logout"}},
         {{"login", "anna"}, result("login_success"), {0, "Login:  login_success\n", kLogin}},
@@ -90,7 +100,7 @@ TEST_F(CommandLine, SendsAndPrintsAndJudges) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.run.request + " -> " + row.run.shown);
-        const ProgramRun found = runAgainst(row.script, row.words, row.input);
+        const ProgramRun found = runAgainst({row.script}, row.words, row.input);
         EXPECT_EQ(found.status, row.run.status);
         EXPECT_EQ(found.request, row.run.request);
         EXPECT_EQ(found.status == exitDone ? found.shown : row.run.shown, row.run.shown);
@@ -118,7 +128,7 @@ TEST_F(CommandLine, TellsTheOutcomesOfAConversationApart) {
         {{{nine.substr(0, 20)}, "", alone}, "the agent's announcement is cut short"},
     };
     for (const auto& row : rows) {
-        const ProgramRun found = runAgainst(row.script, {"icon", "P", "pad", "-o", "-"});
+        const ProgramRun found = runAgainst({row.script}, {"icon", "P", "pad", "-o", "-"});
         EXPECT_NE(found.shown.find(row.shown), std::string::npos) << row.shown << found.shown;
         EXPECT_EQ(found.status, row.status) << row.shown;
         EXPECT_EQ(found.isGivenTheGoAhead, !row.script.payload.empty()) << row.shown;
@@ -130,13 +140,13 @@ TEST_F(CommandLine, PrintsForPeopleScriptsAndMachines) {
         "<nas_model>TS</nas_model><item><name>Player</name><displayName>Film \033]0;x</displayName>"
         "<version>1.0</version><uuid>u1</uuid><icon_phone>yes</icon_phone><icon_pad>no</icon_pad>"
         "</item><item><name>Radio</name><icon_phone>no</icon_phone></item>");
-    EXPECT_EQ(runAgainst(list, {"list"}).shown,
+    EXPECT_EQ(runAgainst({list}, {"list"}).shown,
               "Model:  TS\n\n"
               "NAME    DISPLAY NAME  VERSION  UUID  PHONE ICON  PAD ICON\n"
               "Player  Film \xEF\xBF\xBD]0;x    1.0      u1    yes         no\n"
               "Radio                                no\n");
     EXPECT_EQ(
-        nlohmann::json::parse(runAgainst(list, {"list", "--json"}).shown).at("item").dump(),
+        nlohmann::json::parse(runAgainst({list}, {"list", "--json"}).shown).at("item").dump(),
         R"([{"displayName":"Film \u001b]0;x","icon_pad":false,"icon_phone":true,)"
         R"("name":"Player","uuid":"u1","version":"1.0"},{"icon_phone":false,"name":"Radio"}])");
 }
@@ -151,6 +161,10 @@ TEST_F(CommandLine, RefusesWhatTheAgentCouldNotTake) {
         {{"login", std::string(48, 'u')}, "at most 47"},
         {{"login", "anna", "--password-stdin"}, "no password"},
         {{"raw", std::string(4097, 'x')}, "4096"},
+        {{"login", "--json"}, "{\"error\":\"USER is required\"}\n"},
+        {{"icon", "P", "pad", "-o", "-", "--json"}, "needs a file"},
+        {{"user", "-H", "nas:http"}, "HOST:PORT"},
+        {{"help", "nonsense"}, "unknown subcommand nonsense"},
     };
     for (const auto& [words, reason] : rows) {
         const ProgramRun found = run(words);
@@ -159,13 +173,67 @@ TEST_F(CommandLine, RefusesWhatTheAgentCouldNotTake) {
     }
 }
 
-TEST_F(CommandLine, EveryCommandHasHelpWithAnExampleAndACompletion) {
-    const std::string completion = contentOf(KALLOCTL_COMPLETION);
+TEST_F(CommandLine, TellsWhichPackageWasPerhapsMeant) {
+    const Script missing = result("vexa_not_found");
+    EXPECT_EQ(runAgainst({missing, kTwo}, {"launch", "radiu"}).shown,
+              kFault + " (vexa_not_found); did you mean Radio?\n");
+    EXPECT_EQ(runAgainst({missing, kTwo}, {"launch", "Zither"}).shown,
+              "kalloctl: there is no package Zither (vexa_not_found)\n");
+    EXPECT_EQ(runAgainst({{{announce(0)}}, kTwo}, {"icon", "radiu", "pad", "-o", "-"}).shown,
+              kFault + "; did you mean Radio?\n");
+    EXPECT_NE(runAgainst({{{announce(0)}}, kTwo}, {"icon", "Radio", "pad", "-o", "-"})
+                  .shown.find("no such icon"),
+              std::string::npos);
+}
+
+TEST_F(CommandLine, WaitsForTheWindowOfALaunch) {
+    const std::string old = "<item><winid>0x1</winid><pid>1</pid></item>";
+    const std::string added = "<item><winid>0x2</winid><pid>7</pid><win_title>T</win_title></item>";
+    const ProgramRun found = runAgainst({ok(old), ok(""), ok(old), ok(old + added)},
+                                        {"launch", "--wait", "Radio", "--json"});
+    EXPECT_EQ(nlohmann::json::parse(found.shown).at("window").dump(),
+              R"({"pid":7,"win_title":"T","winid":"0x2"})");
+    EXPECT_EQ(runAgainst({ok(old), ok("")}, {"launch", "Radio", "--wait", "0.3"}).status,
+              exitFailed);
+}
+
+TEST_F(CommandLine, TakesTheAddressFromAnOptionOrTheEnvironment) {
+    const FakeAgent agent({ok("<user>anna</user>"), ok("<user>anna</user>")});
+    const std::string address = "127.0.0.1:" + std::to_string(agent.port);
+    EXPECT_EQ(run({"user", "--host=" + address}).status, exitDone);
+    setenv("KALLO_HOST", address.c_str(), 1);
+    EXPECT_EQ(run({"user"}).status, exitDone);
+    unsetenv("KALLO_HOST");
+    const struct {
+        std::string text;
+        std::string host;
+        int port;
+        int option = 0;
+    } rows[] = {
+        {"nas", "nas", 9812},           {"nas:80", "nas", 80},        {"[::1]:80", "::1", 80},
+        {"[fd00::5]", "fd00::5", 9812}, {"fd00::5", "fd00::5", 9812}, {"nas:80", "nas", 99, 99},
+    };
+    for (const auto& row : rows) {
+        Arguments arguments;
+        arguments.host = row.text;
+        arguments.port = row.option;
+        EXPECT_EQ(takeAddress(arguments), "");
+        EXPECT_EQ(arguments.host, row.host);
+        EXPECT_EQ(arguments.port, row.port);
+    }
+    for (const char* text : {"", ":80", "nas:", "nas:65536", "[", "[]:80", "[::1", "[::1]80"}) {
+        Arguments arguments;
+        arguments.host = text;
+        EXPECT_NE(takeAddress(arguments), "") << text;
+    }
+}
+
+TEST_F(CommandLine, EveryCommandHasHelpWithAnExample) {
     for (const Command& command : commands()) {
         const ProgramRun help = run({command.name, "--help"});
         EXPECT_EQ(help.status, exitDone);
         EXPECT_NE(help.shown.find(command.example), std::string::npos) << help.shown;
-        EXPECT_NE(completion.find(command.name), std::string::npos) << command.name;
+        EXPECT_EQ(run({"help", command.name}).shown, help.shown);
     }
 }
 

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <regex>
 
 #include "fakeAgent.h"
 
@@ -115,12 +116,22 @@ TEST(Terminal, EmphasisesHeadingsUnlessTheUserForbidsColour) {
     }
 }
 
+TEST(Terminal, IsSparedAnIcon) {
+    FakeAgent agent(answering("\x89\033[2J"));
+    Session session(agent, "icon P pad -o -");
+    EXPECT_TRUE(session.awaits("not for a terminal"));
+    EXPECT_EQ(session.end(), 2);
+    agent.finish();
+    EXPECT_EQ(agent.request, "");
+}
+
 TEST(Terminal, WatchTellsEachChange) {
     FakeAgent agent({answeringWindow("false", "0x1"), {}, answeringWindow("true", "0x2")});
     Session session(agent, "watch --json --interval 0.1");
     EXPECT_TRUE(session.awaits("\"event\":\"opened\",\"winid\":\"0x2\",\"pid\":7,"));
     kill(session.process, SIGTERM);
     EXPECT_EQ(session.end(), 0);
+    EXPECT_TRUE(std::regex_search(session.shown, std::regex("\"time\":\"[0-9-]+T[0-9:]+Z\"")));
     size_t last = 0;
     for (const char* event : {"lost", "back", "refreshed", "closed", "opened"}) {
         const size_t place = session.shown.find("\"event\":\"" + std::string(event), last + 1);
