@@ -7,7 +7,7 @@ from pathlib import Path
 
 import pytest
 
-from box import processes, wait_until
+from box import ZOMBIE, processes, wait_until
 
 NASBOX = str(Path(__file__).resolve().parents[2] / "nasbox" / "nasbox")
 
@@ -36,7 +36,7 @@ def test_runs_the_command(words, output, status):
 
 
 def alive(word):
-    return [pid for pid, _, state, line in processes() if word in line and state != "Z"]
+    return [pid for pid, _, state, line in processes() if word in line and state != ZOMBIE]
 
 
 @pytest.mark.parametrize("end", [None, signal.SIGINT, signal.SIGKILL])
