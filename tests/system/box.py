@@ -9,11 +9,14 @@ from contextlib import contextmanager, suppress
 from pathlib import Path
 from xml.etree import ElementTree
 
+import psutil
+
 TCP = ("127.0.0.1", 9812)
 CHANNEL = "/tmp/.kalloagent.channel"
 # What the agent runs under, valgrind perhaps: it adds descriptors, memory and time of its own.
 WRAP = os.environ.get("KALLO_WRAP", "").split()
 PATIENCE = 10 if WRAP else 1
+ZOMBIE = psutil.STATUS_ZOMBIE
 
 
 def wait_until(condition, seconds=10, what="the condition"):
@@ -26,8 +29,7 @@ def wait_until(condition, seconds=10, what="the condition"):
 
 
 def connect(address=TCP, timeout=20, receive_buffer=None):
-    kind = socket.AF_UNIX if isinstance(address, str) else socket.AF_INET
-    client = socket.socket(kind, socket.SOCK_STREAM)
+    client = socket.socket(socket.AF_UNIX if isinstance(address, str) else socket.AF_INET)
     if receive_buffer:
         client.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, receive_buffer)
     client.settimeout(timeout * PATIENCE)
@@ -48,11 +50,11 @@ def element(name, text, depth=1):
     """An element as the agent writes it; one that has a text of bytes or, as a list, elements."""
     tabs = b"\t" * depth
     if isinstance(text, list):
-        content = b"".join(element(*each, depth + 1) for each in text)
-    else:
-        content = text and tabs + b"\t%s\n" % text
-    start = name.split()[0]
-    return tabs + (b"<%s>\n%s%s</%s>\n" % (name, content, tabs, start) if content else b"<%s/>\n" % name)
+        text = b"".join(element(*each, depth + 1) for each in text)
+    elif text:
+        text = tabs + b"\t%s\n" % text
+    end = b">\n%s%s</%s>\n" % (text, tabs, name.split()[0]) if text else b"/>\n"
+    return tabs + b"<" + name + end
 
 
 def document(*elements, declared=False):
@@ -85,9 +87,9 @@ def ask(request, address=TCP):
 
 def request(command, *params):
     """The request document of a command; parameters are bytes or text, taken as they are."""
-    parts = [p if isinstance(p, bytes) else p.encode() for p in (command, *params)]
-    params = b"".join(b"<param>%s</param>" % part for part in parts[1:])
-    return b"<ZelvDocRoot><cmd>%s</cmd>%s</ZelvDocRoot>" % (parts[0], params)
+    command, *params = (p if isinstance(p, bytes) else p.encode() for p in (command, *params))
+    params = b"".join(b"<param>%s</param>" % param for param in params)
+    return b"<ZelvDocRoot><cmd>%s</cmd>%s</ZelvDocRoot>" % (command, params)
 
 
 def payload(command, *params, address=TCP):
@@ -109,14 +111,8 @@ def text(document, element):
 
 def processes():
     """(pid, parent, state, command line) of every process in the box."""
-    for entry in filter(str.isdigit, os.listdir("/proc")):
-        try:
-            with open(f"/proc/{entry}/stat", encoding="utf-8", errors="replace") as stat:
-                state, parent = stat.read().rsplit(") ", 1)[1].split()[:2]
-            with open(f"/proc/{entry}/cmdline", encoding="utf-8", errors="replace") as line:
-                yield int(entry), int(parent), state, line.read().replace("\0", " ").strip()
-        except (FileNotFoundError, ProcessLookupError):
-            continue
+    for each in psutil.process_iter(["ppid", "status", "cmdline"]):
+        yield each.pid, each.info["ppid"], each.info["status"], " ".join(each.info["cmdline"] or [])
 
 
 def opened(pid):
@@ -130,11 +126,10 @@ def opened(pid):
 
 def settle(daemon):
     """Waits until the programs and scripts of packages that the agent has started have ended."""
-    def runs(pid, state, line):
-        # A program has no command line for a moment of its start.
-        return (not line or line.endswith("/usr/sbin/kalloagent") and pid != daemon.pid or
-                "/share/Volume1/vexa/" in line) and state != "Z"
-    wait_until(lambda: not any(runs(pid, state, line) for pid, _, state, line in processes()), 60)
+    # A program has no command line for a moment of its start.
+    wait_until(lambda: not [line for pid, _, state, line in processes() if state != ZOMBIE and (
+        not line or line.endswith("/usr/sbin/kalloagent") and pid != daemon.pid or
+        "/share/Volume1/vexa/" in line)], 60)
 
 
 @contextmanager
@@ -153,8 +148,8 @@ def process_named(name):
 def sleeper():
     """(process id, parent) of the `sleep 600` that the agent started, until the context ends. It
     holds its standard streams alone, once its loader has closed the libraries."""
-    pid, parent = wait_until(lambda: next(
-        ((pid, parent) for pid, parent, _, line in processes() if line == "sleep 600"), None))
+    pid, parent = wait_until(
+        lambda: [each[:2] for each in processes() if each[3] == "sleep 600"])[0]
     try:
         wait_until(lambda: WRAP or sorted(os.listdir(f"/proc/{pid}/fd")) == ["0", "1", "2"],
                    what="no descriptor besides the standard streams")
@@ -165,5 +160,4 @@ def sleeper():
 
 def built_with(runtime):
     """Whether the agent carries the runtime of a sanitizer, "asan" or "tsan"."""
-    with open("/usr/sbin/kalloagent", "rb") as agent:
-        return f"__{runtime}_init".encode() in agent.read()
+    return b"__%s_init" % runtime.encode() in Path("/usr/sbin/kalloagent").read_bytes()

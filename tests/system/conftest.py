@@ -9,7 +9,7 @@ from pathlib import Path
 
 import pytest
 
-from box import PATIENCE, WRAP, built_with, processes, wait_until
+from box import PATIENCE, WRAP, ZOMBIE, built_with, processes, wait_until
 
 TREE = Path(os.environ.get("NASBOX_TREE", ""))  # set inside the box alone
 FROM_TREE = ["etc/config", "etc/passwd", "etc/shadow", "etc/platform.conf", "share", "opt/vexa"]
@@ -80,28 +80,22 @@ class Nas:
         return calls
 
     def restore(self):
-        while self.replaced:
-            path = self.replaced.pop()
+        for path in self.replaced:
             os.replace(f"{path}.kept", path)
+        self.replaced.clear()
 
 
 class Desktop:
     def start(self, user="admin"):
-        subprocess.run(["torvik-desktop", "start", user], check=True)
+        assert run("torvik-desktop", "start", user).returncode == 0
 
     def stop(self):
-        subprocess.run(["torvik-desktop", "stop"], check=True)
+        assert run("torvik-desktop", "stop").returncode == 0
 
 
 def agents():
     """The agent and the children that it has just forked."""
     return [pid for pid, *_, line in processes() if line.endswith("/usr/sbin/kalloagent")]
-
-
-def kill_agents():
-    for pid in agents():
-        with contextlib.suppress(ProcessLookupError):
-            os.kill(pid, signal.SIGKILL)
 
 
 class Daemon:
@@ -111,9 +105,8 @@ class Daemon:
     def __init__(self, folder, **options):
         self.out, self.err = folder / "stdout", folder / "stderr"
         with open(self.out, "wb") as out, open(self.err, "wb") as err:
-            options = {"cwd": "/tmp", "stdin": subprocess.DEVNULL, "stdout": out, "stderr": err,
-                       **options}
-            self.process = subprocess.Popen([*WRAP, "/usr/sbin/kalloagent"], **options)
+            self.process = subprocess.Popen([*WRAP, "/usr/sbin/kalloagent"], **{
+                "cwd": "/tmp", "stdin": subprocess.DEVNULL, "stdout": out, "stderr": err, **options})
         self.pid = self.process.pid
         wait_until(self.is_up, 30, "an agent that has come up")
 
@@ -130,7 +123,7 @@ class Daemon:
         return len(os.listdir(f"/proc/{self.pid}/fd"))
 
     def zombies(self):
-        return [pid for pid, parent, state, _ in processes() if parent == self.pid and state == "Z"]
+        return [each for each in processes() if each[1:3] == (self.pid, ZOMBIE)]
 
     def wait(self, seconds=30):
         return self.process.wait(timeout=seconds * PATIENCE)
@@ -193,7 +186,9 @@ def start_daemon(nas, tmp_path):  # pylint: disable=unused-argument
         for agent in reversed(started):
             agent.end()
     finally:  # one that has not ended, or a child of it, would be in the way of every later test
-        kill_agents()
+        for pid in agents():
+            with contextlib.suppress(ProcessLookupError):
+                os.kill(pid, signal.SIGKILL)
 
 
 @pytest.fixture

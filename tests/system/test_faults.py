@@ -7,12 +7,12 @@ import re
 import resource
 import signal
 import subprocess
-import threading
 import time
 from concurrent.futures import ThreadPoolExecutor
 from contextlib import contextmanager
 from pathlib import Path
 
+import psutil
 import pytest
 
 from box import (CHANNEL, TCP, WRAP, ask, built_with, connect, payload, receive, request, sleeper,
@@ -23,31 +23,25 @@ from test_clients import UNKNOWN
 
 HAND_OVER = Path("/usr/share/.kallo/.kallopw.log")
 LOG_IN = "Login2", base64.b64encode(b"admin"), base64.b64encode(b"admin-secret")
-# Tool, a request that runs it, the answer when it says nothing; what it repeats without end, the
-# answer to that.
-TOOLS = [("/sbin/rdconf", ("GetKALLOSetting",), "success", "yes", "success"),
-         ("/sbin/wrconf", LOG_IN, "login_success", None, None),
-         ("/opt/bin/zelvshmenv", ("GetCurrentUser",), "login_required", "<E>", "login_required"),
-         ("/usr/bin/wmctrl", ("GetStatus",), "success", None, None),
-         ("/bin/ps", ("Launch", "TvTuner"), "success", "tuner-tv", "invalid_command"),
-         ("/usr/bin/base64", LOG_IN, None, "x", "login_fail")]
 STUCK = "exec sleep 600\n"
 MUTE = [None, "exit 0\n", "kill -KILL $$\n", "exec >&- 2>&-\nsleep 0.1\n", STUCK]
-
-
-def tool_cases():
-    for tool, asked, answer, line, to_endless in TOOLS:
-        yield from ((tool, script, asked, answer) for script in MUTE)
-        if line:
-            yield tool, f"exec yes '{line}'\n", asked, to_endless
+# Tool, a request that runs it, the answer when it says nothing.
+TOOLS = [("/sbin/rdconf", ("GetKALLOSetting",), "success"), ("/sbin/wrconf", LOG_IN, "login_success"),
+         ("/opt/bin/zelvshmenv", ("GetCurrentUser",), "login_required"),
+         ("/usr/bin/wmctrl", ("GetStatus",), "success"),
+         ("/bin/ps", ("Launch", "TvTuner"), "success"), ("/usr/bin/base64", LOG_IN, None)]
 
 
 def result(asked, address=TCP):
     return text(payload(*asked, address=address), "errRtn")
 
 
-@pytest.mark.parametrize("tool, script, asked, answer", tool_cases())
-def test_broken_tool(nas, desktop, daemon, tool, script, asked, answer):
+@pytest.mark.parametrize("tool, asked, answer, script", [
+    *((*tool, script) for tool in TOOLS for script in MUTE),
+    (*TOOLS[0], "exec yes yes\n"), (*TOOLS[2], "exec yes '<E>'\n"),
+    (*TOOLS[4][:2], "invalid_command", "exec yes tuner-tv\n"),
+    (*TOOLS[5][:2], "login_fail", "exec yes x\n")])
+def test_broken_tool(nas, desktop, daemon, tool, asked, answer, script):
     if asked == LOG_IN:
         desktop.stop()
     before, descriptors = result(asked), daemon.fds()
@@ -130,7 +124,7 @@ def test_start_and_crash_on_a_bad_disk(disk, start_daemon):
 @pytest.mark.parametrize("address", [TCP, CHANNEL])
 def test_no_descriptor_for_a_client(daemon, address):
     assert result(("Nope",), address) == "invalid_command"  # it has made all that it keeps
-    used = {int(number) for number in os.listdir(f"/proc/{daemon.pid}/fd")}
+    used = set(map(int, os.listdir(f"/proc/{daemon.pid}/fd")))
     limits = resource.prlimit(daemon.pid, resource.RLIMIT_NOFILE)
     resource.prlimit(daemon.pid, resource.RLIMIT_NOFILE, (min(set(range(999)) - used), limits[1]))
     with connect(address) as client:
@@ -163,11 +157,10 @@ def no_process_for(agent):
         yield
     finally:
         resource.prlimit(agent.pid, resource.RLIMIT_NPROC, limits)
-        if sleepers:
+        for each in sleepers:
             pid_max.write_text(before)
-        for sleeper in sleepers:
-            sleeper.kill()
-            sleeper.wait()
+            each.kill()
+            each.wait()
 
 
 def test_no_processes(nas, desktop, daemon):
@@ -189,11 +182,10 @@ def test_configuration_removed_and_restored(nas, desktop, start_daemon):
     nas.replace("/opt/vexa/screen-program", "exit 0\n")
     daemon, listed = start_daemon(), texts(payload("ListVEXA"), "name")
     kept = Path("/etc/config").rename("/etc/kept")
-    away = [result(asked) for asked in (("ListVEXA",), ("Launch", "Photos"))]
+    assert result(("ListVEXA",)) == result(("Launch", "Photos")) == "success"
     desktop.stop()
-    away.append(result(LOG_IN))
+    assert result(LOG_IN) == "login_fail"
     kept.rename("/etc/config")
-    assert away == ["success", "success", "login_fail"]
     desktop.start()
     nas.wrconf("Clock", "Version", "new")
     wait_until(lambda: "new" in texts(payload("ListVEXA"), "version"))
@@ -241,26 +233,24 @@ def test_no_memory_for_a_reload(nas, desktop, daemon):
     nas.wrconf("Player", "Version", "new")
     wait_until(lambda: "new" in texts(payload("ListVEXA"), "version"))
     listed, registry = texts(payload("ListVEXA"), "name"), Path(nas.registry)
-    original, size = registry.read_bytes(), int(re.search(
-        r"VmSize:\s+(\d+)", Path(f"/proc/{daemon.pid}/status").read_text())[1]) << 10
-    resource.prlimit(daemon.pid, resource.RLIMIT_AS, (size + (8 << 20), resource.RLIM_INFINITY))
-    Path("/etc/large").touch()
-    os.truncate("/etc/large", 200 << 20)
+    original, agent = registry.read_bytes(), psutil.Process(daemon.pid)
+    agent.rlimit(resource.RLIMIT_AS, (agent.memory_info().vms + (8 << 20), -1))
+    with open("/etc/large", "wb") as large:
+        large.truncate(200 << 20)
     os.rename("/etc/large", registry)
     settle(daemon)
     assert texts(payload("ListVEXA"), "name") == listed
-    resource.prlimit(daemon.pid, resource.RLIMIT_AS, (resource.RLIM_INFINITY,) * 2)
+    agent.rlimit(resource.RLIMIT_AS, (-1, -1))
     registry.write_bytes(original)
     nas.wrconf("Player", "Enable", "FALSE")
     wait_until(lambda: texts(payload("ListVEXA"), "name") == listed[1:])
 
 
 def test_signal_storm(desktop, daemon):
-    answers = []
-    client = threading.Thread(target=lambda: answers.extend(payload("ListVEXA") for _ in range(30)))
-    client.start()
-    while client.is_alive() or "]: epoll_wait() ...%s fail\n" not in daemon.log():
-        for number in (signal.SIGCHLD, signal.SIGSTOP, signal.SIGCONT, signal.SIGWINCH):
-            daemon.process.send_signal(number)
-        time.sleep(0.001)
-    assert answers == [payload("ListVEXA")] * 30 and not daemon.zombies()
+    with ThreadPoolExecutor() as client:
+        answers = client.submit(lambda: [payload("ListVEXA") for _ in range(30)])
+        while not answers.done() or "]: epoll_wait() ...%s fail\n" not in daemon.log():
+            for number in (signal.SIGCHLD, signal.SIGSTOP, signal.SIGCONT, signal.SIGWINCH):
+                daemon.process.send_signal(number)
+            time.sleep(0.001)
+    assert answers.result() == [payload("ListVEXA")] * 30 and not daemon.zombies()

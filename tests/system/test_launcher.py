@@ -7,7 +7,7 @@ from pathlib import Path
 
 import pytest
 
-from box import processes, wait_until
+from box import ZOMBIE, processes, wait_until
 
 NASBOX = str(Path(__file__).resolve().parents[2] / "nasbox" / "nasbox")
 
@@ -36,7 +36,7 @@ def test_runs_the_command(words, output, status):
 
 
 def alive(word):
-    return [pid for pid, _, state, line in processes() if word in line and state != "Z"]
+    return [pid for pid, _, state, line in processes() if word in line and state != ZOMBIE]
 
 
 @pytest.mark.parametrize("end", [None, signal.SIGINT, signal.SIGKILL])
@@ -55,24 +55,21 @@ def test_leaves_no_process_behind(end):
 
 @own_namespaces
 def test_touches_nothing_outside(tmp_path):
-    (tmp_path / "kept").write_text("old", encoding="utf-8")
+    (kept := tmp_path / "kept").write_text("old\n")
     script = f"""echo x >/etc/config/mark && echo x >/usr/bin/mark && mkdir -p {tmp_path} &&
-                 echo x >{tmp_path}/kept; rm -f {NASBOX}"""
-    assert box("sh", "-c", script).returncode != 0
-    assert (tmp_path / "kept").read_text(encoding="utf-8") == "old"
+                 echo x >{kept}; rm -f {NASBOX}"""
+    assert box("sh", "-c", script).returncode != 0 and kept.read_text() == "old\n"
     assert os.path.exists(NASBOX) and not os.path.exists("/usr/bin/mark")
     assert box("test", "-e", "/etc/config/mark").returncode == 1
-    assert box("--bind", tmp_path, "sh", "-c", f"echo new >{tmp_path}/kept").returncode == 0
-    assert (tmp_path / "kept").read_text(encoding="utf-8") == "new\n"
+    assert box("--bind", tmp_path, "sh", "-c", f"echo new >{kept}").returncode == 0
+    assert kept.read_text() == "new\n"
 
 
 @own_namespaces
 def test_has_a_network_of_its_own():
-    reach = "import socket, sys; socket.create_connection(('127.0.0.1', int(sys.argv[1])), 2)"
     with socket.create_server(("127.0.0.1", 0)) as server:
-        port = str(server.getsockname()[1])
-        done = box("/usr/bin/python3", "-c", reach, port)
-    assert "ConnectionRefusedError" in done.stderr
+        reach = f"import socket; socket.create_connection({server.getsockname()}, 2)"
+        assert "ConnectionRefusedError" in box("/usr/bin/python3", "-c", reach).stderr
 
 
 @own_namespaces

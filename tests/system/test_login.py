@@ -9,13 +9,13 @@ from pathlib import Path
 
 import pytest
 
-from box import CHANNEL, ask, payload, request, text
+from box import ask, payload, request, text
 from conftest import NO_LIMIT, remove, run
 
 KEY = "4b1e90c27a5d03f8e6219b74c05a3d8f17e2694ab803cf5d916e27a0b4c85f13"
 HAND_OVER = Path("/usr/share/.kallo/.kallopw.log")
 SCRATCH = Path("/tmp/.en.pn.lo")
-SUCCESS, FAIL, SILENCE = "login_success", "login_fail", None
+SUCCESS, FAIL = "login_success", "login_fail"
 
 
 def enciphered(value, filler=b"\xff"):
@@ -46,11 +46,10 @@ def assert_nothing_left(calls):
 def test_who_gets_in(calls, daemon):
     secret = plain(b"admin-secret")
     odd = [("Login", enciphered(b"admin", b"\0"), enciphered(b"admin-secret\xff\xff rest")),
-           ("Login2", plain(b"admin\0rest"), plain(b"admin-secret\0\xff")),
+           ("Login2", plain(b"admin\0rest" + bytes(90)), plain(b"admin-secret\0\xff")),
            ("Login2", b"YWRt''aW4=", secret),  # an empty pair of quotes is no text
            ("Login2", rb"YWR\taW4=", secret), ("Login2", b"YWRt\naW4=", secret),
-           ("Login2", b"YWRtaW4=?", secret + b"*"),  # decoded as far as it goes
-           ("Login2", plain(b"admin" + bytes(90)), secret)]
+           ("Login2", b"YWRtaW4=?", secret + b"*")]  # decoded as far as it goes
     usual = [(command, *map(FORMS[command], values)) for command in FORMS for values in USERS]
     for command, user, password in usual + odd:
         calls.write_bytes(b"")
@@ -61,8 +60,7 @@ def test_who_gets_in(calls, daemon):
         recorded = f"[{user.decode()}]" if command == "Login" else ""
         assert calls.read_text() == f"[/sbin/wrconf][ZelvRemote][Login]{recorded}[-f]" \
                                     "[/root/.config/ZELV/KALLO.conf]\n"
-        with open(HAND_OVER, "ab") as file:
-            file.write(b"more" * 30)
+        HAND_OVER.write_bytes(password + b"more" * 30)
 
 
 def test_refusals(desktop, calls, daemon):
@@ -72,13 +70,10 @@ def test_refusals(desktop, calls, daemon):
     with open("/etc/config/shadow", "a", encoding="ascii") as shadow:
         shadow.write("ghost:x:1::::::\n")  # whom the system does not know
     for command in FORMS:
-        for values in [
-                (b"admin", b"admin-secret "), (b"admin", b"\xffadmin-secret"), (b"nobody-here", b"x"),
-                (b"ghost", b"x"),
-                (b"dave", b"locked"), (b"", b"x"), (b"a" * 64, b"b" * 64), (b"admin",), ()]:
-            assert log_in(command, *map(FORMS[command], values)) == FAIL, (values, daemon.log())
-        for values in [(b"",), (b"", b"x")]:
-            assert log_in(command, *values) == FAIL, values
+        refused = [(b"admin", b"admin-secret "), (b"admin", b"\xffadmin-secret"), (b"ghost", b"x"),
+                   (b"dave", b"locked"), (b"", b"x"), (b"a" * 64, b"b" * 64), (b"admin",), ()]
+        for values in [*(map(FORMS[command], values) for values in refused), (b"",), (b"", b"x")]:
+            assert log_in(command, *(sent := list(values))) == FAIL, (sent, daemon.log())
     assert_nothing_left(calls)
 
 
@@ -89,8 +84,7 @@ def test_decoder_without_output(nas, daemon):
             ("Login2", b"YWRt' | 'aW4=", None, 730, None),  # the second stage has no such name
             ("Login", None, None, 645, ("/bin/echo", None)),
             ("Login2", None, None, 730, ("/usr/bin/base64", None)),
-            ("Login2", None, None, 769,
-             ("/usr/bin/base64", '[ "$1" = -d ] && openssl enc -d -base64 -A\n'))]:
+            ("Login2", None, None, 769, ("/usr/bin/base64", '[ "$1" ] && openssl base64 -d -A\n'))]:
         nas.restore()
         calls = nas.record("/sbin/wrconf")
         if broken:
@@ -118,8 +112,8 @@ def test_no_descriptors_for_the_decoder(calls, daemon, command):
 
 @pytest.mark.parametrize("command, length, extra, status, answer", [
     ("Login", 47, b"", 0, SUCCESS), ("Login", 48, b"", 0, FAIL),  # the last block came as noise
-    ("Login2", 48, b"", 0, SUCCESS), ("Login2", 48, b"=", -signal.SIGABRT, SILENCE),
-    ("Login2", 63, b"", -signal.SIGABRT, SILENCE)])
+    ("Login2", 48, b"", 0, SUCCESS), ("Login2", 48, b"=", -signal.SIGABRT, None),
+    ("Login2", 63, b"", -signal.SIGABRT, None)])
 def test_long_passwords(calls, daemon, command, length, extra, status, answer):
     """A text of 64 characters fits into Login2's block; a longer right one stops the process."""
     line = "erin:" + run("openssl", "passwd", "-6", "p" * length).stdout.strip() + ":1::::::\n"
@@ -130,8 +124,6 @@ def test_long_passwords(calls, daemon, command, length, extra, status, answer):
     # Of a longer value the first 63 bytes count.
     sent = FORMS[command](b"p" * length + b"q" * (length == 63)) + extra
     assert log_in(command, FORMS[command](b"erin"), sent) == answer, daemon.log()
-    if status:
-        daemon.wait()
     if answer != SUCCESS:
         assert_nothing_left(calls)
 
@@ -152,12 +144,8 @@ def test_files_in_the_way(calls, daemon):
 
 
 @pytest.mark.usefixtures("daemon")
-def test_road_of_a_password():
+def test_a_log_in_reaches_the_desktops_tools(nas):
     user = enciphered(b"carol")
     assert log_in("Login", user, enciphered(b"carol123")) == SUCCESS
-    assert text(payload("GetPassword", address=CHANNEL), "passwd") == "Y2Fyb2wxMjM="
     assert run("kalloctl", "password").stdout == "carol123\n"
-    recorded = Path("/root/.config/ZELV/KALLO.conf")
-    assert recorded.read_bytes() == b"[ZelvRemote]\nLogin = %s\n" % user
-    assert log_in("Login2", plain(b"bob"), plain(b"builder")) == SUCCESS
-    assert recorded.read_bytes() == b"[ZelvRemote]\nLogin = \n"
+    assert Path(nas.settings).read_bytes() == b"[ZelvRemote]\nLogin = %s\n" % user

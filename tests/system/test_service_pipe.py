@@ -2,7 +2,6 @@
 import fcntl
 import os
 import stat
-import struct
 import termios
 from collections import Counter
 from pathlib import Path
@@ -30,7 +29,7 @@ def write(words):
 def drain():
     """Until the reader has taken what was written: the next write then is a read of its own."""
     with open(PIPE, "rb") as pipe:
-        wait_until(lambda: fcntl.ioctl(pipe, termios.FIONREAD, b"1234") == struct.pack("i", 0))
+        wait_until(lambda: fcntl.ioctl(pipe, termios.FIONREAD, b"1234") == bytes(4))
 
 
 def serve(daemon, requests):
@@ -81,13 +80,9 @@ def test_slow_registry_tool(nas, daemon):
     """What waits for it keeps no socket open: another agent can start."""
     nas.replace("/sbin/rdconf", "exec sleep 600\n")
     write("Downloader start\n")
-
-    def held():
-        """The descriptors of the agent's children: that of the tool's output, when one waits."""
-        return "".join(each for pid in agents() if pid != daemon.pid for each in opened(pid))
-
-    with sleeper():
-        wait_until(lambda: "pipe" in (found := held()) and "socket" not in found)
+    with sleeper():  # and a child of the agent waits for its output
+        child = wait_until(lambda: [pid for pid in agents() if pid != daemon.pid])[0]
+        wait_until(lambda: "pipe" in (held := "".join(opened(child))) and "socket" not in held)
 
 
 @pytest.mark.parametrize("occupy, stays", [

@@ -51,8 +51,7 @@ def test_automatic_log_in_cannot_be_set(desktop):
 
 @pytest.mark.parametrize("home", [{"HOME": "/other home"}, {"HOME": ""}, {}])
 def test_settings_are_below_home(nas, start_daemon, home):
-    environment = {name: value for name, value in os.environ.items() if name != "HOME"}
-    start_daemon(env={**environment, **home})
+    start_daemon(env={name: os.environ[name] for name in os.environ if name != "HOME"} | home)
     calls = nas.record("/sbin/rdconf", "/sbin/wrconf", "/opt/bin/zelvshmenv", then="echo null\n")
     assert ask(request("Logout")) == (b"", b"")
     file = home.get("HOME", "") + "/.config/ZELV/KALLO.conf"

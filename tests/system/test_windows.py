@@ -38,7 +38,11 @@ def test_active_window(nas, daemon):
     nas.replace("/usr/bin/wmctrl", "echo 0x01000003 0 1 nas one; echo 0x0000000000000002 0 2 nas two\n")
     for found, active in [
             ("_NET_ACTIVE_WINDOW(WINDOW): window id # 0x1000003\n", (b"yes", b"no")),
-            ("0x2", (b"no", b"yes")), ("", (b"no", b"no"))]:
+            ("0x2", (b"no", b"yes")), ("", (b"no", b"no")), ("two", (b"no", b"no")),
+            # One line feed is dropped; a second counts as a digit, as all of no value.
+            ("0x2\n\n", (b"no", b"no")), ("0xG\n2\n", (b"no", b"yes")),
+            # 127 characters count, and 32 bits.
+            ("0x" + "0" * 124 + "29", (b"no", b"yes")), ("0xf01000003", (b"yes", b"no"))]:
         try:
             # The command line for the active window is opened as a file of that name.
             ACTIVE_WINDOW.write_text(found)

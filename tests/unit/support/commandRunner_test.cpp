@@ -13,28 +13,21 @@ class CommandRunner : public CommandTest {};
 const std::string kNoCommand = "[WARN] cannot execvp NULL command\n";
 
 TEST_F(CommandRunner, ReturnsTheExitCode) {
-    const struct {
-        Words words;
-        int code;
-        std::string log = "";
-    } rows[] = {
-        {{"true"}, 0},
-        {{"sh", "-c", "exit 255"}, 255},
-        {{"sh", "-c", "kill -KILL $$"}, 0},
-        {{"/nonexistent/program"}, 1},
-        {{"sh", "-c", "exit 7", "&"}, 0},
-        {{"true", "|", "false"}, 1},
-        {{"echo", "b", "|", "tr", "b", "c", "|", "grep", "-q", "c"}, 0},
-        {{"/nonexistent/program", "|", "grep", "-c", "x"}, 1},
-        {{"test", "||", "=", "||"}, 0},
+    const std::tuple<Words, int, std::string> rows[] = {
+        {{"sh", "-c", "exit 255"}, 255, ""},
+        {{"sh", "-c", "kill -KILL $$"}, 0, ""},
+        {{"/nonexistent/program"}, 1, ""},
+        {{"sh", "-c", "exit 7", "&"}, 0, ""},
+        {{"echo", "b", "|", "tr", "b", "c", "|", "grep", "-q", "c"}, 0, ""},
+        {{"/nonexistent/program", "|", "grep", "-c", "x"}, 1, ""},
+        {{"test", "||", "=", "||"}, 0, ""},
         {{}, -1, kNoCommand},
         {{"&"}, -1, kNoCommand},
         {{"|", "true"}, 0, kNoCommand},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(testing::PrintToString(row.words));
-        EXPECT_EQ(run(row.words), row.code);
-        EXPECT_EQ(logged(), row.log);
+    for (const auto& [words, code, log] : rows) {
+        EXPECT_EQ(run(words), code) << testing::PrintToString(words);
+        EXPECT_EQ(logged(), log) << testing::PrintToString(words);
     }
     EXPECT_EQ(exec_pipeline(-1, -1, -1, nullptr, 0, nullptr), -1);
 }
@@ -47,7 +40,7 @@ TEST_F(CommandRunner, RefusesPipesIntoInterpreters) {
     for (const std::string& name : names) {
         // Every one of them would succeed.
         std::filesystem::create_symlink("/bin/true", path(name));
-        const bool isRefused = std::find(refused.begin(), refused.end(), name) != refused.end();
+        const bool isRefused = std::ranges::count(refused, name) == 1;
         EXPECT_EQ(run({"true", "|", path(name)}), isRefused ? 1 : 0);
         EXPECT_EQ(logged(), isRefused ? "[WARN] insecure exec pipeline " + path(name) + "\n" : "");
         EXPECT_EQ(run({path(name), "|", "true"}), 0);

@@ -34,20 +34,17 @@ TEST_F(CommandStream, WritesToTheCommand) {
 
 /// Otherwise a closing call waits for ever.
 TEST_F(CommandStream, EndsACommandThatIsNotDetached) {
-    Words readers[] = {{"cat"}, {"cat"}};
-    FILE* first = exec_open_stream("w", nullptr, nullptr, 0, pointersTo(readers[0]).data());
-    FILE* second = exec_open_stream("w", nullptr, nullptr, 0, pointersTo(readers[1]).data());
+    FILE* first = streamOn("w", {"cat"});
+    FILE* second = streamOn("w", {"cat"});
     EXPECT_EQ(exec_pclose(first), 256);
     EXPECT_EQ(exec_pclose(second), 256);
-    Words endless = {"yes"};
-    FILE* stream = exec_open_stream("r", nullptr, nullptr, 0, pointersTo(endless).data());
-    EXPECT_EQ(fgetc(stream), 'y');
-    EXPECT_EQ(exec_pclose(stream), 256);
+    FILE* endless = streamOn("r", {"yes"});
+    EXPECT_EQ(fgetc(endless), 'y');
+    EXPECT_EQ(exec_pclose(endless), 256);
 }
 
-size_t openDescriptors() {
-    const std::filesystem::directory_iterator listing("/proc/self/fd");
-    return static_cast<size_t>(std::distance(begin(listing), end(listing)));
+auto openDescriptors() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
 TEST_F(CommandStream, ClosesOnlyItsOwnAndLeavesNothingBehind) {
@@ -55,7 +52,7 @@ TEST_F(CommandStream, ClosesOnlyItsOwnAndLeavesNothingBehind) {
     FILE* foreign = fopen("/dev/null", "w");
     EXPECT_EQ(exec_pclose(foreign), -1);
     EXPECT_EQ(fclose(foreign), 0);
-    const size_t before = openDescriptors();
+    const auto before = openDescriptors();
     for (int round = 0; round < 20; ++round) {
         FILE* streams[] = {exec_popen("r", "echo", nullptr), exec_popen("w", "cat", nullptr),
                            exec_popen("r+", "echo", nullptr), exec_popen_read("nosuch", nullptr)};
@@ -78,9 +75,9 @@ TEST_F(CommandStream, ThreadsAndForkedChildrenUseItAtOnce) {
         wrong += drain(second) != word + "\n";
         wrong += exec_run("false", nullptr) != 1;
     };
-    std::vector<std::thread> threads(4);
-    for (std::thread& thread : threads) {
-        thread = std::thread([&work, word = std::to_string(&thread - threads.data())] {
+    std::vector<std::jthread> threads;
+    for (const char* word : {"0", "1", "2", "3"}) {
+        threads.emplace_back([&work, word] {
             for (int round = 0; round < 40; ++round) {
                 work(word);
             }
@@ -96,9 +93,7 @@ TEST_F(CommandStream, ThreadsAndForkedChildrenUseItAtOnce) {
         }
         wrong += statusOf(child) != 0;
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    threads.clear();  // once they have ended
     EXPECT_EQ(drain(ours), "x\n");
     EXPECT_EQ(wrong, 0);
 }

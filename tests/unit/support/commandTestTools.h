@@ -31,9 +31,13 @@ inline std::string drain(FILE* stream) {
     return text;
 }
 
+inline FILE* streamOn(const char* mode, Words words, char doGlob = 0) {
+    return exec_open_stream(mode, nullptr, nullptr, doGlob, pointersTo(words).data());
+}
+
 /// What `words` print, as run by the stream opener (in the background when they end in "&").
-inline std::string outputOf(Words words, char doGlob = 0) {
-    return drain(exec_open_stream("r", nullptr, nullptr, doGlob, pointersTo(words).data()));
+inline std::string outputOf(const Words& words, char doGlob = 0) {
+    return drain(streamOn("r", words, doGlob));
 }
 
 inline int statusOf(pid_t child) {

@@ -17,11 +17,7 @@ std::string dumped(const ConfParser& parser) {
 
 TEST_F(ConfFile, ReadsLinesAsTheServerWritesThem) {
     const std::string wide(1020, 'v');
-    const struct {
-        const char* name;
-        std::string text;
-        std::string dump;
-    } rows[] = {
+    const std::tuple<std::string, std::string, std::string> rows[] = {
         {"no header", "a = 1\nb = 2\n", ""},
         {"one space each side", "[S]\nVersion = 2.0\n", "S\n\t Version = 2.0\n"},
         {"no space keeps the line feed", "[S]\nVersion=2.0\n", "S\n\t Version = 2.0\n\n"},
@@ -37,10 +33,10 @@ TEST_F(ConfFile, ReadsLinesAsTheServerWritesThem) {
         {"NUL ends a line", "[S]\na = 1\0 2\n\0[T]\nb\0 = 1\n"s, "S\n\t a = 1\n"},
         {"pieces", "[S]\nk=" + wide + "v[T]\nx = 1\n", "S\n\t k = " + wide + "v\nT\n\t x = 1\n"},
     };
-    for (const auto& row : rows) {
+    for (const auto& [name, text, dump] : rows) {
         ConfParser parser;
-        EXPECT_EQ(parser.parseFile(write("file", row.text)), 0);
-        EXPECT_EQ(dumped(parser), row.dump) << row.name;
+        EXPECT_EQ(parser.parseFile(write("file", text)), 0);
+        EXPECT_EQ(dumped(parser), dump) << name;
     }
 }
 
