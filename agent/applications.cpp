@@ -24,12 +24,12 @@ const char* yesOrNo(bool value) {
 
 void addPackage(XMLNode& document, const PackageRecord& package) {
     XMLNode item = document.addChild(protocol::kItemElement);
-    response::addElement(item, "name", package.name);
-    response::addElement(item, "displayName", package.Display_Name);
-    response::addElement(item, "version", package.Version);
-    response::addElement(item, "uuid", package.identifier);
-    response::addElement(item, "icon_phone", yesOrNo(!package.phoneIcon.empty()));
-    response::addElement(item, "icon_pad", yesOrNo(!package.padIcon.empty()));
+    response::addElement(item, protocol::kNameElement, package.name);
+    response::addElement(item, protocol::kDisplayNameElement, package.Display_Name);
+    response::addElement(item, protocol::kPackageVersionElement, package.Version);
+    response::addElement(item, protocol::kIdentifierElement, package.identifier);
+    response::addElement(item, protocol::kPhoneIconElement, yesOrNo(!package.phoneIcon.empty()));
+    response::addElement(item, protocol::kPadIconElement, yesOrNo(!package.padIcon.empty()));
 }
 
 /// Whether the process list has a line with `match`.
@@ -59,12 +59,12 @@ bool CKalloAgent::isMultiWinWorkspace_() {
 
 void CKalloAgent::getVEXAList(resultContent_t& result) {
     XMLNode document = beginAnswer_();
-    response::addKnown(document, "nas_model", m_model);
-    response::addKnown(document, "nas_internal_model", m_internalModel);
-    response::addKnown(document, "nas_display_name", m_displayName);
-    response::addKnown(document, "rux_ver", m_ruxVersion);
-    response::addKnown(document, "rux_build", m_ruxBuild);
-    response::addKnown(document, "rux_num", m_ruxNumber);
+    response::addKnown(document, protocol::kModelElement, m_model);
+    response::addKnown(document, protocol::kInternalModelElement, m_internalModel);
+    response::addKnown(document, protocol::kServerNameElement, m_displayName);
+    response::addKnown(document, protocol::kSystemVersionElement, m_ruxVersion);
+    response::addKnown(document, protocol::kSystemBuildElement, m_ruxBuild);
+    response::addKnown(document, protocol::kBuildNumberElement, m_ruxNumber);
     if (!isDesktopRunning()) {
         response::addResult(document, protocol::loginRequired);
     } else {

@@ -30,7 +30,7 @@ bool store(std::string_view text) {
         return false;
     }
     const ssize_t written = write(file.get(), text.data(), text.size());
-    // A device in its place, by which an administrator keeps nothing, cannot be synchronised.
+    // An administrator who wants no password kept puts a device there; fsync(2) refuses devices.
     const bool isSynced = fsync(file.get()) == 0 || errno == EINVAL;
     const bool isClosed = file.close() == 0;
     return written == static_cast<ssize_t>(text.size()) && isSynced && isClosed;

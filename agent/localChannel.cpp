@@ -38,7 +38,7 @@ void CKalloAgent::getPassword_(resultContent_t& result) {
     const std::string password = storedPassword();
     XMLNode document = response::newDocument();
     response::addElement(document, protocol::kDesktopVersionElement, m_torvikVersion);
-    response::addElement(document, "passwd", support::base64Encode(password));
+    response::addElement(document, protocol::kPasswordElement, support::base64Encode(password));
     response::addElement(
         document, protocol::kResultElement,
         password.empty() ? protocol::kFail : protocol::kResultTexts[protocol::success]);

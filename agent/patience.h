@@ -3,9 +3,8 @@
 
 namespace patience {
 
-/// Bounds each read from the connection `fd`, and each write of a local client's: one that waits
-/// longer fails with EAGAIN. A failure to set it is not reported; the client is served all the
-/// same.
+/// Bounds each read from the connection `fd`: one that waits longer fails with EAGAIN. A failure to
+/// set it is not reported; the client is served all the same.
 void limitWaiting(int fd) noexcept;
 
 /// Bounds the time for which what was sent over the TCP connection `fd` may stay unacknowledged, or

@@ -74,7 +74,7 @@ void CKalloAgent::getSettings_(resultContent_t& result) {
                 value.pop_back();
             }
             // Clients show the stored value as it is, although it says the opposite of its name.
-            response::addElement(document, "AutoLogin",
+            response::addElement(document, protocol::kAutoLoginElement,
                                  value.starts_with(kNeverChosen) ? "no" : value);
         }
     }
@@ -107,7 +107,7 @@ void CKalloAgent::getCurrentUser_(resultContent_t& result) {
         response::addResult(document, protocol::loginRequired);
     } else {
         response::addResult(document, protocol::success);
-        response::addElement(document, "user", user->value);
+        response::addElement(document, protocol::kUserElement, user->value);
     }
     response::finish(document, result);
 }

@@ -10,6 +10,7 @@
 #include "support/directories.h"
 #include "support/handles.h"
 #include "support/serverPaths.h"
+#include "support/wholeFile.h"
 
 namespace settings {
 namespace {
@@ -42,12 +43,20 @@ std::string path() {
 
 std::optional<std::string> read(const char* section, const char* key, const char* fallback,
                                 size_t limit) {
-    return support::readCommandOutput(support::configReadWords(section, key, fallback, path()),
+    const std::string file = path();
+    // The tool would wait at a pipe, and every client with it.
+    if (support::mayBlock(file.c_str())) {
+        return std::nullopt;
+    }
+    return support::readCommandOutput(support::configReadWords(section, key, fallback, file),
                                       limit);
 }
 
 void write(const char* section, const char* key, const std::vector<std::string>& values) {
     const std::string file = path();
+    if (support::mayBlock(file.c_str())) {
+        return;
+    }
     if (values.empty()) {
         exec_run(server::kWriteTool, section, key, "-f", file.c_str(), nullptr);
     } else {

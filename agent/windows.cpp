@@ -1,6 +1,8 @@
 #include "agent/windows.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "agent/kalloagent.h"
@@ -8,7 +10,6 @@
 #include "agent/response.h"
 #include "support/commandRunner.h"
 #include "support/protocol.h"
-#include "support/text.h"
 #include "support/wholeFile.h"
 
 namespace {
@@ -57,17 +58,17 @@ void getWindowList(std::vector<WindowInfo>& windows) {
     if (list == nullptr) {
         return;
     }
-    char line[kWindowLine];
-    while (fgets(line, sizeof line, list) != nullptr) {
-        const bool isCut = strlen(line) == sizeof line - 1 && ends_with_newline(line) == 0;
-        if (isCut) {
-            skip_rest_of_line(list);  // it is no window of its own
-        }
+    char* line = nullptr;
+    size_t allocated = 0;
+    for (ssize_t length = 0; (length = getline(&line, &allocated, list)) > 0;) {
+        // What a line holds beyond its first 255 bytes is no window of its own.
+        line[std::min(static_cast<size_t>(length), kWindowLine - 1)] = '\0';
         WindowInfo window;
         if (parseWindowLine(line, window)) {
             windows.push_back(std::move(window));
         }
     }
+    free(line);
     exec_pclose(list);
 }
 
@@ -100,16 +101,16 @@ unsigned int parseWindowId(const char* text) {
 void CKalloAgent::getStatus_(resultContent_t& result) {
     XMLNode document = beginAnswer_();
     response::addResult(document, protocol::success);
-    response::addElement(document, "isRefreshed",
+    response::addElement(document, protocol::kRefreshedElement,
                          m_vexaManager->takeRefreshed() ? "true" : "false");
     getWindowList(*m_windowList);
     for (const WindowInfo& window : *m_windowList) {
         XMLNode item = document.addChild(protocol::kItemElement);
         const bool active = parseWindowId(window.id.c_str()) == get_active_win_id();
-        item.addAttribute("active", active ? "yes" : "no");
-        response::addElement(item, "win_title", window.title);
-        response::addElement(item, "winid", window.id);
-        response::addElement(item, "pid", window.pid);
+        item.addAttribute(protocol::kActiveAttribute, active ? "yes" : "no");
+        response::addElement(item, protocol::kWindowTitleElement, window.title);
+        response::addElement(item, protocol::kWindowIdElement, window.id);
+        response::addElement(item, protocol::kProcessElement, window.pid);
     }
     response::finishDeclared(document, result);
 }

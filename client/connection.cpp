@@ -54,7 +54,7 @@ Connection connectAgent(const Arguments& arguments) {
     addrinfo hints{};
     hints.ai_family = familyOf(arguments.host);
     hints.ai_socktype = SOCK_STREAM;
-    hints.ai_flags = AI_NUMERICSERV;
+    hints.ai_flags = AI_NUMERICSERV | (hints.ai_family == AF_INET6 ? AI_NUMERICHOST : 0);
     addrinfo* addresses = nullptr;
     const int code = getaddrinfo(arguments.host.c_str(), port.c_str(), &hints, &addresses);
     if (code != 0) {

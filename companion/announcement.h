@@ -18,7 +18,7 @@ class Announcement final {
     enum class State {
         unfinished,  ///< more has to come
         sized,       ///< size() holds, but the line feed that ends the announcement is still out
-        whole,       ///< size() holds and nothing is out: the go-ahead may be given
+        whole,       ///< size() holds and all of it has come: the go-ahead may be given
         silent,      ///< the connection ended without a byte, see isUnanswered
         malformed,   ///< fault() tells why; nothing more is taken
     };
@@ -32,7 +32,7 @@ class Announcement final {
 
     State state() const noexcept { return m_state; }
 
-    /// How many bytes may be read now without touching the payload: 0 once nothing is out. In
+    /// How many bytes may be read now without touching the payload: 0 once all of it has come. In
     /// the state `sized` it is the line feed. That may lie in a segment of its own, and has to
     /// be waited for a moment, or it would be taken for the first byte of the payload; an agent
     /// that sends none is served all the same.

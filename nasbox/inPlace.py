@@ -9,7 +9,7 @@ import shutil
 import signal
 import sys
 
-ROOMS = ["/root/.config", "/usr/share/.kallo", "/share", "/run/desktop", "/run/vexa",
+DIRECTORIES = ["/root/.config", "/usr/share/.kallo", "/share", "/run/desktop", "/run/vexa",
          "/run/kalloagent", "/tmp/.kalloagent.channel", "/tmp/Torvik.ServicePipe",
          "/var/log/kalloagent.core", "/var/log/vexa-services.log"]
 ASIDE = "/.nasbox-aside"
@@ -96,7 +96,7 @@ def main(reason, command):
     for number in (signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, lambda *_: sys.exit(125))
     try:
-        for place in ROOMS:
+        for place in DIRECTORIES:
             make_folders(os.path.dirname(place), made)
             put_aside(place, moved)
         for source, place in laid_out():
@@ -108,7 +108,7 @@ def main(reason, command):
         return run(command)
     finally:
         end_children()
-        for place in ROOMS + placed:
+        for place in DIRECTORIES + placed:
             remove(place)
         for folder in reversed(made):
             shutil.rmtree(folder, ignore_errors=True)

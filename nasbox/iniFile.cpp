@@ -1,16 +1,11 @@
 #include "nasbox/iniFile.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <iterator>
-#include <memory>
+#include <sstream>
+
+#include "support/wholeFile.h"
 
 namespace {
 
@@ -72,68 +67,19 @@ const char* refusal(std::string_view section, std::string_view key, std::string_
     return nullptr;
 }
 
-/// The file behind `path`, so that a link stays a link when its file is replaced.
-std::string linkTarget(const std::string& path) {
-    const std::unique_ptr<char, decltype(&free)> real(realpath(path.c_str(), nullptr), &free);
-    return real ? real.get() : path;
-}
-
-std::string directoryOf(const std::string& path) {
-    const size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
-}
-
-int writeAll(int fd, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = write(fd, text.data(), text.size());
-        if (count < 0 && errno != EINTR) {
-            return -1;
-        }
-        text.remove_prefix(count < 0 ? 0 : static_cast<size_t>(count));
-    }
-    return 0;
-}
-
-/// Gives the new file the mode and owner of the one it replaces.
-int adoptAttributes(int fd, const std::string& oldPath) {
-    struct stat old {};
-    struct stat mine {};
-    if (stat(oldPath.c_str(), &old) != 0) {
-        const mode_t mask = umask(0);
-        umask(mask);
-        return errno == ENOENT ? fchmod(fd, 0644 & ~mask) : -1;
-    }
-    if (fstat(fd, &mine) != 0) {
-        return -1;
-    }
-    if ((mine.st_uid != old.st_uid || mine.st_gid != old.st_gid) &&
-        fchown(fd, old.st_uid, old.st_gid) != 0) {
-        return -1;
-    }
-    return fchmod(fd, old.st_mode & 07777);
-}
-
-/// Makes the rename itself durable. A file system without directory syncs is no failure.
-void syncDirectory(const std::string& directory) {
-    const int fd = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd >= 0) {
-        fsync(fd);
-        close(fd);
-    }
-}
-
 }  // namespace
 
 int IniFile::load(const std::string& path) {
     m_lines.clear();
-    std::ifstream file(path, std::ios::binary);
-    if (!file.is_open()) {
+    const auto text = support::readWholeFile(path);
+    if (!text) {
         return errno == ENOENT ? 0 : -1;
     }
+    std::istringstream file(*text);
     for (std::string line; std::getline(file, line);) {
         m_lines.push_back(line);
     }
-    return file.bad() ? -1 : 0;
+    return 0;
 }
 
 std::optional<std::string> IniFile::value(std::string_view section, std::string_view key) const {
@@ -174,24 +120,7 @@ int IniFile::save(const std::string& path) const {
     for (const std::string& line : m_lines) {
         text += line + '\n';
     }
-    const std::string target = linkTarget(path);
-    std::string temporary = target + ".XXXXXX";
-    const int fd = mkostemp(temporary.data(), O_CLOEXEC);
-    if (fd < 0) {
-        return -1;
-    }
-    const bool stored =
-        writeAll(fd, text) == 0 && adoptAttributes(fd, target) == 0 && fsync(fd) == 0;
-    int reason = errno;
-    const bool closed = close(fd) == 0;
-    if (stored && closed && rename(temporary.c_str(), target.c_str()) == 0) {
-        syncDirectory(directoryOf(target));
-        return 0;
-    }
-    reason = stored ? errno : reason;
-    unlink(temporary.c_str());
-    errno = reason;
-    return -1;
+    return support::replaceWholeFile(path, text) ? 0 : -1;
 }
 
 std::optional<IniFile::Section> IniFile::findSection_(std::string_view name) const {

@@ -6,9 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "support/serverPaths.h"
+
 struct ToolArguments {
     std::vector<std::string> words;  ///< SECTION, KEY and what else stands outside an option
-    std::string file = "/etc/config/uVelt.conf";
+    std::string file = server::kServerConf;
     std::optional<std::string> fallback;  ///< text of "-d"
     bool help = false;
 };

@@ -17,13 +17,13 @@
 
 #include "nasbox/iniFile.h"
 #include "support/base64.h"
+#include "support/serverPaths.h"
+#include "support/wholeFile.h"
 
 namespace {
 
 constexpr char kDirectory[] = "/run/desktop";
 constexpr char kEnvironment[] = "/run/desktop/environment";
-constexpr char kTemporary[] = "/run/desktop/environment.XXXXXX";
-constexpr char kSettings[] = "/.config/ZELV/KALLO.conf";
 constexpr std::string_view kUserPrefix = "Nas";
 
 constexpr char kUsage[] =
@@ -54,28 +54,17 @@ int publish(const std::vector<std::string>& variables) {
     for (const std::string& variable : variables) {
         text += variable + '\0';
     }
-    char temporary[sizeof kTemporary];
-    memcpy(temporary, kTemporary, sizeof kTemporary);
     if ((mkdir(kDirectory, 0755) != 0 && errno != EEXIST)) {
         return -1;
     }
-    const int fd = mkstemp(temporary);
-    if (fd < 0) {
-        return -1;
-    }
-    const bool stored = write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-    close(fd);
-    if (stored && rename(temporary, kEnvironment) == 0) {
-        return 0;
-    }
-    unlink(temporary);
-    return -1;
+    umask(077);  // it is nobody else's
+    return support::replaceWholeFile(kEnvironment, text) ? 0 : -1;
 }
 
 bool isLoggedOut() {
     const char* home = getenv("HOME");
     IniFile settings;
-    return settings.load(std::string(home ? home : "") + kSettings) == 0 &&
+    return settings.load(std::string(home ? home : "") + server::kSettingsBelowHome) == 0 &&
            settings.value("ZelvRemote", "Logout") == "yes";
 }
 

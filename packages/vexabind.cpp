@@ -16,6 +16,7 @@
 
 #include "support/commandOutput.h"
 #include "support/configTool.h"
+#include "support/handles.h"
 #include "support/logLine.h"
 #include "support/process/descriptors.h"
 #include "support/serverPaths.h"
@@ -124,9 +125,7 @@ std::vector<std::string> installPathCommand(const std::string& vexaName) {
 VexaBind::VexaBind(const std::string& path) : m_path(path) {}
 
 VexaBind::~VexaBind() {
-    if (m_fifoFd != -1) {
-        close(m_fifoFd);
-    }
+    close_fd_reset(&m_fifoFd);
 }
 
 int VexaBind::init() {

@@ -46,7 +46,8 @@ int exec_pipeline(int in_fd, int out_fd, int err_fd, const char* log_path, char 
 /// of sockets, where the command's input is the caller's own end, so that only its output is of
 /// use. `err_path`, unless null, receives its standard error (appended; created with 0774).
 /// Give the vector a last word "&", as all exec_popen functions do: the command then runs detached
-/// and its end shows as end of file. Without it, the stream's own child waits for the command.
+/// and its end shows as end of file. Without it, the stream's own child waits for the command, and
+/// exec_pclose for that child: with a "+" mode for ever, when the command reads to its input's end.
 /// Returns the stream, to be closed with exec_pclose and never with fclose(3), or null when `mode`
 /// is something else or a pipe, memory or a process is lacking; each is logged. A program that
 /// cannot be executed gives a stream without data.

@@ -1,4 +1,5 @@
 #include "support/inotify.h"
+#include "support/handles.h"
 
 #include <sys/epoll.h>
 #include <unistd.h>
@@ -72,13 +73,6 @@ void dumpEvent(const inotify_event* event) {
                       flagNames(event->mask).c_str(), name.c_str());
 }
 
-void closeIfOpen(int& descriptor) {
-    if (descriptor != -1) {
-        close(descriptor);
-        descriptor = -1;
-    }
-}
-
 }  // namespace
 
 Inotify::Inotify() = default;
@@ -91,8 +85,8 @@ Inotify::~Inotify() {
     while (m_running > 0) {
         std::this_thread::sleep_for(kDestructionPoll);
     }
-    closeIfOpen(m_inotifyFd);
-    closeIfOpen(m_epollFd);
+    close_fd_reset(&m_inotifyFd);
+    close_fd_reset(&m_epollFd);
 }
 
 /// Ends the watches, since the end of a watch is an event, too: it gets the thread out of its
@@ -120,7 +114,7 @@ int Inotify::Init() {
     if (m_epollFd == -1) {
         support::printError("[%s][%s][%d][err] epoll_create1() %s\n", kSource,
                             "int corex::Inotify::Init()", __LINE__, strerror(errno));
-        closeIfOpen(m_inotifyFd);
+        close_fd_reset(&m_inotifyFd);
         return -1;
     }
     return 0;

@@ -106,8 +106,8 @@ struct StreamCommand {
     int err =
         command.errPath == nullptr ? -1 : open(command.errPath, O_RDWR | O_CREAT | O_APPEND, 0774);
     if (!command.isBrief) {
-        // While it waits, it must hold no end of this or of another stream: a command would never
-        // see the end of its input, or of those who read its output.
+        // It waits for the command. An end of a pipe that it kept meanwhile would keep the pipe
+        // open: the command would never see the end of its input, nor learn that its reader left.
         support::attachStandardStreams(in, out, err);
         support::closeOtherDescriptors();
         in = STDIN_FILENO;
