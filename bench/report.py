@@ -1,6 +1,8 @@
 #!/usr/bin/python3
 """Prints the ratios that count, from the results that Google Benchmark left in a folder: for each
-goal, the median of ours over the median of what it is measured against, in the same run."""
+goal, the median of ours over the median of what it is measured against, in the same run. Beside it
+stands how far it may be off: the standard deviations of both over the repetitions, each as a share
+of its mean, added up."""
 import json
 import re
 import sys
@@ -41,17 +43,24 @@ RESIDENT_GOAL_KB = 6 * 1024
 NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
 
 
-def medians(folder):
-    """Real time in nanoseconds by benchmark name, the library's own suffixes removed."""
-    found = {}
+def readTimes(folder):
+    """Median real time in nanoseconds and its spread (standard deviation / mean) by benchmark name,
+    the library's own suffixes removed."""
+    medians = {}
+    spreads = {}
     for file in folder.glob("*.json"):
         if file.stat().st_size == 0:  # a filter left nothing of this topic
             continue
         for row in json.loads(file.read_text())["benchmarks"]:
-            if row.get("aggregate_name", "median") == "median" and "error_occurred" not in row:
-                name = re.sub(r"/(real_time|manual_time|process_time)$", "", row["run_name"])
-                found[name] = row["real_time"] * NANOSECONDS[row["time_unit"]]
-    return found
+            if "error_occurred" in row:
+                continue
+            name = re.sub(r"/(real_time|manual_time|process_time)$", "", row["run_name"])
+            aggregate = row.get("aggregate_name", "median")
+            if aggregate == "median":
+                medians[name] = row["real_time"] * NANOSECONDS[row["time_unit"]]
+            elif aggregate == "cv":
+                spreads[name] = row["real_time"]
+    return medians, spreads
 
 
 def verdict(reached):
@@ -60,8 +69,8 @@ def verdict(reached):
 
 def main():
     folder = Path(sys.argv[1])
-    times = medians(folder)
-    print(f"{'':50} {'ours':>12} {'measure':>12} {'ratio':>7} {'goal':>7}")
+    times, spreads = readTimes(folder)
+    print(f"{'':50} {'ours':>12} {'measure':>12} {'ratio':>7} {'spread':>7} {'goal':>7}")
     for title, ours, measure, goal, count in GOALS:
         if ours not in times or measure not in times:
             print(f"{title:50} not measured")
@@ -69,12 +78,14 @@ def main():
         against = times[measure] * count
         ratio = times[ours] / against
         judged = "" if goal is None else f"{goal:7.2f} {verdict(ratio <= goal)}"
-        print(f"{title:50} {times[ours] / 1e3:9.1f} µs {against / 1e3:9.1f} µs {ratio:7.2f} {judged}")
+        spread = f"±{spreads.get(ours, 0) + spreads.get(measure, 0):.0%}"
+        print(f"{title:50} {times[ours] / 1e3:9.1f} µs {against / 1e3:9.1f} µs {ratio:7.2f} "
+              f"{spread:>7} {judged}")
     resident = folder / "resident"
     if resident.exists():
         kilobytes = int(resident.read_text().split()[1])
         print(f"{'Resident memory of the idle agent':50} {kilobytes:9} kB "
-              f"{RESIDENT_GOAL_KB:9} kB {kilobytes / RESIDENT_GOAL_KB:7.2f} {1:7.2f} "
+              f"{RESIDENT_GOAL_KB:9} kB {kilobytes / RESIDENT_GOAL_KB:7.2f} {'':7} {1:7.2f} "
               f"{verdict(kilobytes <= RESIDENT_GOAL_KB)}")
 
 

@@ -94,7 +94,8 @@ class XMLNode {
     // Reading and building documents
 
     /// Returns a new node without a parent. `name` is copied; null makes an unnamed node, which is
-    /// written as its content alone. A declaration is written as "<?name ...?>".
+    /// written as its content alone. A declaration is written as "<?name ...?>". The empty node
+    /// when memory is lacking.
     static XMLNode createTopNode(const char* name, bool isDeclaration = false);
 
     /// Parses `text`, which ends with a zero byte and is left unchanged.
@@ -110,13 +111,14 @@ class XMLNode {
     ///   - unmatchedClearTagEnd: the place is the opening marker that lacks its end;
     ///   - unknownEntity: a character reference without ";", with other characters than digits, or
     ///     for a code that is no character (0, surrogates, above 0x10FFFF);
-    ///   - noElementsFound: `text` is null; conversionFailed: it is longer than 2 GiB.
+    ///   - noElementsFound: `text` is null;
+    ///   - conversionFailed: `text` is longer than 2 GiB, or memory is lacking.
     /// The time is linear in the text's length; the depth of nesting is limited by memory alone.
     static XMLNode parseString(const char* text, const char* tag = nullptr,
                                XMLResults* results = nullptr);
 
     /// Parses a regular file as `parseString` does its content. Outcomes of its own: fileNotFound
-    /// (cannot be opened or read), noXmlData (empty file), conversionFailed (no buffer).
+    /// (cannot be opened or read), noXmlData (empty file), conversionFailed (no memory for it).
     static XMLNode parseXMLFile(const char* path, const char* tag = nullptr,
                                 XMLResults* results = nullptr);
 
@@ -132,7 +134,9 @@ class XMLNode {
     // Building
 
     // `position` is the place among the node's children, texts and clear sections in document
-    // order; -1 or a place beyond the end is the end. All strings are copied.
+    // order; -1 or a place beyond the end is the end. All strings are copied. When memory is
+    // lacking nothing is added and the tree stays as it was; the results are then those for an
+    // empty node.
 
     /// Returns the new child; the empty node when this node is empty or `name` is null.
     XMLNode addChild(const char* name, bool isDeclaration = false, int position = -1);

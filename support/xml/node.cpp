@@ -1,6 +1,7 @@
 // Handles on nodes: sharing them, building with them, looking up through them.
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "support/xml/entities.h"
 #include "support/xml/record.h"
@@ -60,9 +61,12 @@ int32_t insertItem(Record& record, Value*& array, int32_t& count, ItemKind kind,
     const int32_t place = placeOf(record, position);
     const bool isLast = place == record.itemCount();
     const int32_t index = isLast ? count : countBefore(record, place, kind);
-    support::xml::insertInto(*record.document, record.order, record.itemCount(), place,
+    support::xml::makeRoom(*record.document, record.order, record.itemCount());
+    support::xml::makeRoom(*record.document, array, count);
+    // From here on nothing can fail.
+    support::xml::insertInto(record.order, record.itemCount(), place,
                              support::xml::orderEntry(index, kind));
-    support::xml::insertInto(*record.document, array, count, index, value);
+    support::xml::insertInto(array, count, index, value);
     ++count;
     if (!isLast) {
         renumber(record, place);
@@ -110,16 +114,21 @@ bool XMLNode::isNamed_(const char* name) const {
            support::xml::sameName(m_record->name, m_record->nameLength, name, strlen(name));
 }
 
-XMLNode XMLNode::createTopNode(const char* name, bool isDeclaration) {
+XMLNode XMLNode::createTopNode(const char* name, bool isDeclaration) try {
     constexpr size_t kRoomForAnAnswer = 2048;
     Document& document = *Document::create(kRoomForAnAnswer);
-    const size_t length = name == nullptr ? 0 : strlen(name);
-    const char* const copy = name == nullptr ? nullptr : document.copy(name, length);
-    return XMLNode(&support::xml::newRecord(document, nullptr, copy, static_cast<uint32_t>(length),
-                                            isDeclaration));
+    XMLNode top(&support::xml::newRecord(document, nullptr, nullptr, 0, isDeclaration));
+    if (name != nullptr) {
+        const size_t length = strlen(name);
+        top.m_record->name = document.copy(name, length);
+        top.m_record->nameLength = static_cast<uint32_t>(length);
+    }
+    return top;
+} catch (const std::bad_alloc&) {
+    return {};
 }
 
-XMLNode XMLNode::addChild(const char* name, bool isDeclaration, int position) {
+XMLNode XMLNode::addChild(const char* name, bool isDeclaration, int position) try {
     if (m_record == nullptr || name == nullptr) {
         return {};
     }
@@ -131,9 +140,11 @@ XMLNode XMLNode::addChild(const char* name, bool isDeclaration, int position) {
     insertItem(*m_record, m_record->children, m_record->childCount, ItemKind::child, position,
                child);
     return XMLNode(child);
+} catch (const std::bad_alloc&) {
+    return {};
 }
 
-const NodeAttribute* XMLNode::addAttribute(const char* name, const char* value) {
+const NodeAttribute* XMLNode::addAttribute(const char* name, const char* value) try {
     if (m_record == nullptr || name == nullptr) {
         return nullptr;
     }
@@ -142,18 +153,23 @@ const NodeAttribute* XMLNode::addAttribute(const char* name, const char* value) 
     const Text text = value == nullptr ? Text{nullptr, 0, 0} : copyText(document, value);
     const NodeAttribute attribute{document.copy(name, length), text.bytes,
                                   static_cast<uint32_t>(length), text.length, text.escapedLength};
-    const int32_t index = m_record->attributeCount++;
-    support::xml::insertInto(document, m_record->attributes, index, index, attribute);
-    return m_record->attributes + index;
+    support::xml::makeRoom(document, m_record->attributes, m_record->attributeCount);
+    NodeAttribute* const added = m_record->attributes + m_record->attributeCount++;
+    *added = attribute;
+    return added;
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
-const char* XMLNode::addText(const char* text, int position) {
+const char* XMLNode::addText(const char* text, int position) try {
     if (m_record == nullptr || text == nullptr || *text == '\0') {
         return nullptr;
     }
     const Text copy = copyText(*m_record->document, text);
     insertItem(*m_record, m_record->texts, m_record->textCount, ItemKind::text, position, copy);
     return copy.bytes;
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 XMLNode XMLNode::childNode(const char* name, int* index) const {

@@ -3,6 +3,7 @@
 
 #include <cassert>
 #include <cstring>
+#include <new>
 
 #include "support/xml/characters.h"
 #include "support/xml/parseContext.h"
@@ -70,7 +71,7 @@ XMLNode XMLNode::parseString(const char* text, const char* tag, XMLResults* resu
     return parse_(text, strlen(text), tag, results);
 }
 
-XMLNode XMLNode::parse_(const char* text, size_t length, const char* tag, XMLResults* results) {
+XMLNode XMLNode::parse_(const char* text, size_t length, const char* tag, XMLResults* results) try {
     support::xml::setResults(results, XMLError::none);
     if (length > INT32_MAX) {
         support::xml::setResults(results, XMLError::conversionFailed);
@@ -92,6 +93,9 @@ XMLNode XMLNode::parse_(const char* text, size_t length, const char* tag, XMLRes
         return {};
     }
     return whole.expectedNode_(tag, results);
+} catch (const std::bad_alloc&) {
+    support::xml::setResults(results, XMLError::conversionFailed);
+    return {};
 }
 
 /// The node of a parsed document that a caller asked for; this is the unnamed node around it.

@@ -2,7 +2,6 @@
 #include "support/xml/record.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -14,19 +13,11 @@ namespace {
 
 constexpr size_t kLargestBlock = size_t{4} << 20;
 
-void* allocateOrThrow(size_t size) {
-    void* const memory = malloc(size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-
 }  // namespace
 
 Document* Document::create(size_t room) {
     const size_t size = sizeof(Document) + room;
-    void* const memory = allocateOrThrow(size);
+    void* const memory = operator new(size);
     auto* const document = new (memory) Document();
     document->m_free = static_cast<char*>(memory) + sizeof(Document);
     document->m_end = static_cast<char*>(memory) + size;
@@ -37,7 +28,7 @@ Document* Document::create(size_t room) {
 void Document::addBlock_(size_t atLeast) {
     // As much again as there is, so that the number of blocks stays small in a tree of any size.
     const size_t size = sizeof(Block) + std::max(atLeast, std::min(m_total, kLargestBlock));
-    auto* const block = new (allocateOrThrow(size)) Block{m_blocks};
+    auto* const block = new (operator new(size)) Block{m_blocks};
     m_blocks = block;
     m_free = reinterpret_cast<char*>(block + 1);
     m_end = reinterpret_cast<char*>(block) + size;
@@ -47,10 +38,10 @@ void Document::addBlock_(size_t atLeast) {
 void Document::destroy_() noexcept {
     for (Block* block = m_blocks; block != nullptr;) {
         Block* const next = block->next;
-        free(block);
+        operator delete(block);
         block = next;
     }
-    free(this);
+    operator delete(this);
 }
 
 char* Document::copy(const char* bytes, size_t length) {

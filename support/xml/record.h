@@ -110,15 +110,20 @@ inline size_t arrayRoom(int32_t count) {
     return std::bit_ceil(static_cast<uint32_t>(count));
 }
 
-/// Puts `value` at `index` of `array`, which has `count` elements before and one more afterwards.
+/// Makes room for one element behind the `count` of `array`. When std::bad_alloc is thrown the
+/// array is as it was.
 template <typename Value>
-void insertInto(Document& document, Value*& array, int32_t count, int32_t index,
-                const Value& value) {
+void makeRoom(Document& document, Value*& array, int32_t count) {
     if (count == 0 || arrayRoom(count) == static_cast<size_t>(count)) {
         Value* const larger = document.allocate<Value>(arrayRoom(count + 1));
         std::copy(array, array + count, larger);
         array = larger;
     }
+}
+
+/// Puts `value` at `index` of `array`, which has `count` elements and room for one more.
+template <typename Value>
+void insertInto(Value* array, int32_t count, int32_t index, const Value& value) {
     std::copy_backward(array + index, array + count, array + count + 1);
     array[index] = value;
 }

@@ -84,7 +84,8 @@ TEST(Entities, AreDecodedInUtf8) {
     for (const auto& [text, decoded] : rows) {
         EXPECT_STREQ(XMLNode::parseString(("<a>" + text + "</a>").c_str(), "a").text(), decoded);
     }
-    for (const std::string unknown : {"", "x", "6a", "xg", "0", "x110000", "4294967361", "xD800"}) {
+    for (const std::string unknown :
+         {"", "x", "6a", "xg", "0", "x110000", "4294967361", "xD800", "xDFFF"}) {
         XMLResults results{};
         XMLNode::parseString(("<a>&#" + unknown + ";</a>").c_str(), "a", &results);
         EXPECT_EQ(results.error, XMLError::unknownEntity) << unknown;
