@@ -67,6 +67,7 @@ int runLogin(const Arguments& arguments);
 int runLogout(const Arguments& arguments);
 int runPassword(const Arguments& arguments);
 int runRaw(const Arguments& arguments);
+int runDiscover(const Arguments& arguments);
 int runDoctor(const Arguments& arguments);
 int runHelp(const Arguments& arguments);
 

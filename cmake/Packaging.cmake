@@ -72,6 +72,11 @@ function(kallo_package_files NAME COMPONENT PAGES DOCUMENTS)
         install(FILES ${files}/${NAME}.tmpfiles DESTINATION lib/tmpfiles.d
             RENAME ${NAME}.conf COMPONENT ${COMPONENT})
     endif()
+    if(EXISTS ${files}/${NAME}.avahi)
+        # CPack would put an absolute destination into this machine's own /etc.
+        install(FILES ${files}/${NAME}.avahi DESTINATION ../etc/avahi/services
+            RENAME ${NAME}.service COMPONENT ${COMPONENT})
+    endif()
 endfunction()
 
 # kallo_debug_files(NAME COMPONENT): the debugging information of the program NAME. CPack's own way
@@ -90,8 +95,9 @@ endfunction()
 # kallo_package(NAME COMPONENT C DESCRIPTION TEXT [DEPENDS D] [RECOMMENDS R] [SUGGESTS S]
 #               [PAGES NAMES...] [DOCUMENTS FILES...])
 # Packs the component C, to which this adds man pages of packaging/man, documents and what
-# packaging/NAME holds: copyright, and where there are any NAME.service, NAME.tmpfiles and maintainer
-# scripts. A package whose program (the target NAME) is not built is left out.
+# packaging/NAME holds: copyright, and where there are any NAME.service, NAME.tmpfiles, NAME.avahi (an
+# announcement), conffiles and maintainer scripts. A package whose program (the target NAME) is not
+# built is left out.
 function(kallo_package NAME)
     if(NOT TARGET ${NAME})
         return()
@@ -111,7 +117,8 @@ function(kallo_package NAME)
     foreach(field ${fields})
         set(${package}_PACKAGE_${field} "${PACKAGE_${field}}" PARENT_SCOPE)
     endforeach()
-    file(GLOB scripts packaging/${NAME}/p*inst packaging/${NAME}/p*rm)
+    file(GLOB scripts packaging/${NAME}/p*inst packaging/${NAME}/p*rm
+        packaging/${NAME}/conffiles)
     set(${package}_PACKAGE_CONTROL_EXTRA "${scripts}" PARENT_SCOPE)
 
     set(${package}_DBGSYM_PACKAGE_NAME ${NAME}-dbgsym PARENT_SCOPE)
@@ -130,7 +137,7 @@ kallo_package(kalloagent COMPONENT daemon
     DOCUMENTS ${pages}
     DEPENDS procps  # and coreutils, grep and awk, which no Debian system is without
     RECOMMENDS "wmctrl, x11-utils"
-    SUGGESTS kalloctl
+    SUGGESTS "avahi-daemon, kalloctl"
     DESCRIPTION "television agent of a network storage server
 A service for a storage server that drives a television. Companion apps on
 phones and tablets connect to TCP port 9812 to list the installed application

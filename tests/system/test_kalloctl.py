@@ -2,6 +2,7 @@
 import fcntl
 import json
 import os
+import shutil
 import socket
 import struct
 from contextlib import contextmanager, suppress
@@ -100,3 +101,44 @@ def test_doctor_finds_what_is_broken(nas, start_daemon, what, state, found, harm
 def test_doctor_tells_who_listens(daemon):  # pylint: disable=unused-argument
     assert examined()[1]["0.0.0.0 port 9812"]["state"] == "ok"
     assert examined("-p", "9813")[1]["port 9813"]["state"] == "failed"
+
+
+BUS = "/run/discover.bus"
+BUS_CONFIGURATION = f"""<busconfig><listen>unix:path={BUS}</listen><auth>EXTERNAL</auth>
+<policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/>
+<allow own="*"/></policy>
+</busconfig>"""
+# Two ends of a cable make a network of its own, as no namespace has one.
+NETWORK = """set -e
+trap 'kill $bus $avahi' EXIT
+ip link add nas0 type veth peer name tv0
+ip address add 192.0.2.9/24 dev nas0
+ip link set tv0 up && ip link set nas0 up
+dbus-daemon --config-file=$1/bus.conf --nofork 2>$1/bus.log & bus=$!
+until [ -S $2 ]; do kill -0 $bus; sleep 0.05; done
+kalloctl discover 2>$1/before && exit 1
+avahi-daemon --no-drop-root --no-chroot --no-rlimits --file=$1/avahi.conf >$1/avahi.log 2>&1 & avahi=$!
+until kalloctl --timeout 1 discover --json >$1/found 2>/dev/null; do kill -0 $avahi; done
+"""
+
+
+@pytest.mark.skipif(run("unshare", "--net", "true").returncode != 0,
+                    reason="network namespaces are forbidden here")
+@pytest.mark.skipif(not shutil.which("avahi-daemon"), reason="avahi-daemon is not installed")
+@pytest.mark.usefixtures("nas")
+def test_discover_finds_the_announced_server(tmp_path):
+    for file, entry in (("/etc/passwd", "avahi:x:0:0::/:\n"), ("/etc/group", "avahi:x:0:\n")):
+        with open(file, "a", encoding="utf-8") as accounts:
+            accounts.write(entry)  # avahi-daemon looks for them, although it stays root
+    services = Path("/etc/avahi/services")
+    services.mkdir(parents=True, exist_ok=True)
+    shutil.copy("packaging/kalloagent/kalloagent.avahi", services / "kalloagent.service")
+    (tmp_path / "bus.conf").write_text(BUS_CONFIGURATION)
+    (tmp_path / "avahi.conf").write_text("[server]\nuse-ipv6=no\nhost-name=torvik\n")
+    done = run("unshare", "--net", "sh", "-c", NETWORK, "sh", tmp_path, BUS,
+               env={**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={BUS}"})
+    assert done.returncode == 0, done.stderr + (tmp_path / "avahi.log").read_text()
+    assert "Avahi daemon" in (tmp_path / "before").read_text()
+    assert json.loads((tmp_path / "found").read_text()) == [
+        {"name": "Television of torvik", "host": "torvik.local", "address": "192.0.2.9",
+         "port": 9812}]
