@@ -73,7 +73,7 @@ def fixture_tree(tmp_path, packages):
 
 @pytest.fixture(scope="module", name="box")
 def fixture_box(packages, tmp_path_factory):
-    """Runs shell lines in a box, once the agent answers there. Agent and client are the packages',
+    """Runs shell lines in a box, once the agent answers its client there. Both are the packages',
     the platform's tools the build's."""
     folder = tmp_path_factory.mktemp("box")
     for package in packages.values():
@@ -132,10 +132,6 @@ def test_lintian(packages):
                env={**os.environ, "LC_ALL": "C.UTF-8"}) == ""
 
 
-def test_agent_and_client_talk(box):
-    assert "Media Player" in box("torvik-desktop start admin\nkalloctl list")
-
-
 def test_crash_report_becomes_functions_and_lines(box, packages, tmp_path):
     report = box(f"kill -SEGV $!\nwait $!\ncat /{CRASH_REPORT}")
     (tmp_path / "kalloagent.core").write_text(report)
@@ -189,7 +185,6 @@ def test_life_of_the_service(tree, packages):
 @pytest.mark.parametrize("script, arguments, calls", [
     ("postinst", ["configure", ""], []),
     ("postinst", ["configure", "1.0.0"], ["try-restart"]),
-    ("postinst", ["abort-upgrade", "1.0.1"], ["try-restart"]),
     ("prerm", ["upgrade", "1.0.1"], []),
     ("prerm", ["remove"], ["stop"]),
     ("postrm", ["purge"], []),
@@ -203,8 +198,7 @@ def test_what_is_done_to_a_running_service(tmp_path, script, arguments, calls):
     text = (SOURCE / "packaging/kalloagent" / script).read_text(encoding="utf-8")
     for path in ("/run/systemd/system", "/usr/share/.kallo", "/var/log"):
         text = text.replace(path, str(tmp_path))
-    run("/bin/sh", "-c", text, script, *arguments,
-        env={"PATH": f"{tmp_path}:/usr/bin:/bin"})
+    run("/bin/sh", "-c", text, script, *arguments, env={"PATH": f"{tmp_path}:/usr/bin:/bin"})
     said = (tmp_path / "calls").read_text()
     assert re.findall(rf"deb-systemd-invoke (\S+) {UNIT}", said) == calls
     assert not re.search(r"systemctl.*(start|stop|enable)", said)

@@ -119,7 +119,7 @@ def test_names_that_cannot_stand_in_an_answer():
 def test_missing_tool(nas, start_daemon, tool, display, change):
     nas.replace(tool, None)
     agent = start_daemon()
-    assert texts(payload("ListVEXA"), "displayName")[0] == display
+    assert text(payload("ListVEXA"), "displayName") == display
     save(REGISTRY.read_bytes().replace(b"[Browser]\nClass = Torvik", b"[Browser]"))
     settle(agent)
     assert names() == change

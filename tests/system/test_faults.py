@@ -72,8 +72,8 @@ def disk(nas, request):  # pylint: disable=redefined-outer-name
 
     def spoil(broken):
         if fault == "read-only":
-            how = "ro" if broken else "rw"
-            assert run("mount", "-o", f"remount,bind,{how}", place).returncode == 0
+            how = "remount,bind,ro" if broken else "remount,bind,rw"
+            assert run("mount", "-o", how, place).returncode == 0
         elif broken:
             with pytest.raises(OSError, match="No space"), open(place / "filler", "wb", 0) as file:
                 while file.write(bytes(4096)):

@@ -13,8 +13,7 @@ std::optional<std::string> lookUp(const std::string& user) {
     return found == shadowDatabase.end() ? std::nullopt : std::optional(found->second);
 }
 
-class Accounts : public FolderTest {
-  protected:
+struct Accounts : FolderTest {
     AccountStore store() const {
         return AccountStore({path("uVelt.conf"), path("def_share.info"), path("shadow"),
                              path("group"), path("homes"), lookUp});
