@@ -158,7 +158,7 @@ def nas():
 
 
 @pytest.fixture
-def no_desktop(nas):  # pylint: disable=unused-argument
+def no_desktop(nas):
     """A desktop that nobody has started; it does not outlive the test."""
     yield Desktop()
     run("torvik-desktop", "stop")
@@ -171,7 +171,7 @@ def desktop(no_desktop):
 
 
 @pytest.fixture
-def start_daemon(nas, tmp_path):  # pylint: disable=unused-argument
+def start_daemon(nas, tmp_path):
     """Starts the agent when a test has prepared its files; options are those of Popen."""
     started = []
 

@@ -82,8 +82,7 @@ def test_what_refreshes_nothing(daemon):
     assert names() == NAMES[1:]
 
 
-@pytest.mark.usefixtures("daemon")
-def test_odd_files():
+def test_odd_files(daemon):
     original = REGISTRY.read_bytes()
     for before in (b"[Broken\n", b"[" * 100_000 + b"\n", b"x" * 3_000_000 + b"\n",
                    b"[A]\n" + b"".join(b"[\n%d = v\n" % i for i in range(50_000)),
@@ -104,8 +103,7 @@ def test_odd_files():
         assert names() == (NAMES if listed else NAMES[1:]), descriptor[:30]
 
 
-@pytest.mark.usefixtures("daemon")
-def test_names_that_cannot_stand_in_an_answer():
+def test_names_that_cannot_stand_in_an_answer(daemon):
     """They are shown in part, and found by the bytes that they have."""
     PLAYER.write_bytes(PLAYER.read_bytes().replace(b"<name>Player", b"<name>Pl\xffy&#2;r"))
     save(REGISTRY.read_bytes() + b"\n")

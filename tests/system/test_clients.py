@@ -128,8 +128,7 @@ def test_an_app_comes_before_a_local_client(daemon, served_last):
 
 
 @pytest.mark.parametrize("streams", ["broken pipes", "closed", "full files"])
-@pytest.mark.usefixtures("desktop")
-def test_without_standard_streams(nas, start_daemon, streams):
+def test_without_standard_streams(nas, desktop, start_daemon, streams):
     reader, writer = os.pipe()
     os.close(reader)
     agent = start_daemon(**{

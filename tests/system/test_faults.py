@@ -1,6 +1,5 @@
 """What fails around the agent (tools, disks, descriptors, processes) fails the requests that need it,
 and nothing once it is put right."""
-# pylint: disable=unused-argument
 import base64
 import os
 import re
@@ -57,7 +56,7 @@ def test_broken_tool(nas, desktop, daemon, tool, asked, answer, script):
 
 
 @pytest.fixture
-def disk(nas, request):  # pylint: disable=redefined-outer-name
+def disk(nas, request):
     """Puts a small disk over a directory, whose own directories show through: one of them may hold
     the agent. Gives the function that makes it full or read-only, and fit to write again."""
     place, fault, behind = Path(request.param[0]), request.param[1], Path("/run/behind")

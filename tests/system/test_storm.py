@@ -6,8 +6,6 @@ import time
 from collections import Counter
 from concurrent.futures import ThreadPoolExecutor
 
-import pytest
-
 from box import CHANNEL, TCP, ask, payload, request, text, texts, wait_until
 from test_service_pipe import CONTROL, drain, script, serve, write
 
@@ -19,8 +17,7 @@ CLIENTS = [
     [("GetPassword",)]]
 
 
-@pytest.mark.usefixtures("desktop")
-def test_storm(nas, daemon):
+def test_storm(nas, desktop, daemon):
     calls = nas.record(CONTROL, "/opt/vexa/screen-program", "/opt/vexa/screen-stop")
     assert text(payload("GetStatus"), "errRtn") == "success"
     descriptors, end = daemon.fds(), time.monotonic() + 8

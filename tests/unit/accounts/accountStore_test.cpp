@@ -4,11 +4,9 @@
 
 #include "folderTest.h"
 
-namespace {
+static std::map<std::string, std::string> shadowDatabase;
 
-std::map<std::string, std::string> shadowDatabase;
-
-std::optional<std::string> lookUp(const std::string& user) {
+static std::optional<std::string> lookUp(const std::string& user) {
     const auto found = shadowDatabase.find(user);
     return found == shadowDatabase.end() ? std::nullopt : std::optional(found->second);
 }
@@ -69,5 +67,3 @@ TEST_F(Accounts, FindGroupsByPartsOfWords) {
         EXPECT_EQ(all.groupIdOf(user), id) << user;
     }
 }
-
-}  // namespace
