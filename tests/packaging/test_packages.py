@@ -118,8 +118,7 @@ def test_nothing_tells_where_it_was_built(tree):
     ("kalloagent", ["procps", "libssl3", "libcrypt1", "libc6 (>="], "-cross"),
     ("kalloctl", ["libssl3", "libstdc++6"], "-cross|procps"),
     ("kalloagent-dbgsym", ["kalloagent (= "], "libc6"),
-    ("kalloctl-dbgsym", ["kalloctl (= "], "libc6"),
-])
+    ("kalloctl-dbgsym", ["kalloctl (= "], "libc6")])
 def test_fields(packages, package, wanted, unwanted):
     machine = re.search(r"Machine: *(.*)", run("readelf", "-h", BUILD / "bin/kalloagent"))[1]
     fields = run("dpkg-deb", "-f", packages[package], "Architecture", "Depends")
@@ -183,12 +182,9 @@ def test_life_of_the_service(tree, packages):
 
 
 @pytest.mark.parametrize("script, arguments, calls", [
-    ("postinst", ["configure", ""], []),
-    ("postinst", ["configure", "1.0.0"], ["try-restart"]),
-    ("prerm", ["upgrade", "1.0.1"], []),
-    ("prerm", ["remove"], ["stop"]),
-    ("postrm", ["purge"], []),
-])
+    ("postinst", ["configure", ""], []), ("postinst", ["configure", "1.0.0"], ["try-restart"]),
+    ("prerm", ["upgrade", "1.0.1"], []), ("prerm", ["remove"], ["stop"]),
+    ("postrm", ["purge"], [])])
 def test_what_is_done_to_a_running_service(tmp_path, script, arguments, calls):
     """The scripts as on a machine that systemd runs, with recorders in the place of its tools."""
     (tmp_path / "calls").touch()

@@ -105,8 +105,8 @@ class Daemon:
     def __init__(self, folder, **options):
         self.out, self.err = folder / "stdout", folder / "stderr"
         with open(self.out, "wb") as out, open(self.err, "wb") as err:
-            self.process = subprocess.Popen([*WRAP, "/usr/sbin/kalloagent"], **{
-                "cwd": "/tmp", "stdin": subprocess.DEVNULL, "stdout": out, "stderr": err, **options})
+            options = {"stdin": subprocess.DEVNULL, "stdout": out, "stderr": err, **options}
+            self.process = subprocess.Popen([*WRAP, "/usr/sbin/kalloagent"], cwd="/tmp", **options)
         self.pid = self.process.pid
         wait_until(self.is_up, 30, "an agent that has come up")
 

@@ -53,8 +53,7 @@ def test_changes_of_the_registry(daemon, nas):
             (lambda: nas.wrconf("Player", "Enable", "FALSE"), NAMES[1:]),
             (lambda: nas.wrconf("Player", "Enable", "false"), NAMES),
             (lambda: nas.wrconf("Clock", "Class", "torvik"), NAMES[:3] + NAMES[4:]),
-            (lambda: save(added), NAMES + ["Clock"]),
-            (lambda: REGISTRY.write_bytes(b""), []),
+            (lambda: save(added), NAMES + ["Clock"]), (lambda: REGISTRY.write_bytes(b""), []),
             (lambda: save(original.replace(b"[Player]", b"[Playe]")), NAMES),
             (lambda: REGISTRY.write_bytes(original[original.index(b"[Photos]"):]), NAMES[4:])]:
         change()
@@ -71,8 +70,7 @@ def test_what_refreshes_nothing(daemon):
     assert (refreshed(), refreshed()) == ("true", "false")
     for change in (lambda: save(original), lambda: os.utime(REGISTRY), REGISTRY.unlink,
                    lambda: save(b"[A]\nb = c\n", "/etc/config/vexa.conf.bak"),
-                   lambda: save(original, "/root/vexa.conf"),
-                   lambda: PLAYER.write_bytes(b""),
+                   lambda: save(original, "/root/vexa.conf"), lambda: PLAYER.write_bytes(b""),
                    lambda: save(original)):
         change()
         settle(daemon)

@@ -36,8 +36,7 @@ DECISIONS = [
     ("alice", "Photos", "False", True, "success", STOPS + started("Photos")),
     ("alice", "TvTuner", "False", False, "success", []),  # started by its vexaName, which differs
     (None, "Player", None, False, "login_required", []),
-    (None, None, None, False, "login_required", []),
-]
+    (None, None, None, False, "login_required", [])]
 
 
 def test_decisions(nas, desktop, daemon):

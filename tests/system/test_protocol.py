@@ -77,8 +77,8 @@ def test_icons(daemon):
     large = PACKAGES / "Photos/.kallo/images/phone.png"
     large.write_bytes(os.urandom(5_000_000))
     for name, kind, *more in [
-            ("Player", "phone"), ("Player", "pad", "more"), ("TvTuner", "phone"), ("Photos", "phone"),
-            ("Browser", "phone"),  # named by an absolute path
+            ("Player", "phone"), ("Player", "pad", "more"), ("TvTuner", "phone"),
+            ("Photos", "phone"), ("Browser", "phone"),  # the latter named by an absolute path
             ("OldGame", "pad"), ("StorageAdmin", "pad")]:  # disabled, for administrators
         image = (PACKAGES / name / ".kallo/images" / f"{kind}.png").read_bytes()
         assert ask(request("GetIcon", name, kind, *more)) == (announced(len(image)), image), name

@@ -13,7 +13,7 @@ SILENT = ("KillAll", "Logout")
 CLIENTS = [
     [("GetStatus",), ("Launch", "Photos"), ("ListVEXA",), ("KillAll",), ("GetCurrentUser",)],
     [("Launch", "Player"), ("GetKALLOSetting",), ("Launch", "Clock"), ("Logout",), ("Nothing",)],
-    [("Login2", base64.b64encode(b"admin"), base64.b64encode(b"wrong")), ("ListVEXA",), ("KillAll",)],
+    [("Login2", base64.b64encode(b"admin"), base64.b64encode(b"wrong")), ("ListVEXA",)],
     [("GetPassword",)]]
 
 
