@@ -105,8 +105,8 @@ class Daemon:
     def __init__(self, folder, **options):
         self.out, self.err = folder / "stdout", folder / "stderr"
         with open(self.out, "wb") as out, open(self.err, "wb") as err:
-            self.process = subprocess.Popen([*WRAP, "/usr/sbin/kalloagent"], **{
-                "cwd": "/tmp", "stdin": subprocess.DEVNULL, "stdout": out, "stderr": err, **options})
+            options = {"stdin": subprocess.DEVNULL, "stdout": out, "stderr": err, **options}
+            self.process = subprocess.Popen([*WRAP, "/usr/sbin/kalloagent"], cwd="/tmp", **options)
         self.pid = self.process.pid
         wait_until(self.is_up, 30, "an agent that has come up")
 
@@ -158,7 +158,7 @@ def nas():
 
 
 @pytest.fixture
-def no_desktop(nas):  # pylint: disable=unused-argument
+def no_desktop(nas):
     """A desktop that nobody has started; it does not outlive the test."""
     yield Desktop()
     run("torvik-desktop", "stop")
@@ -171,7 +171,7 @@ def desktop(no_desktop):
 
 
 @pytest.fixture
-def start_daemon(nas, tmp_path):  # pylint: disable=unused-argument
+def start_daemon(nas, tmp_path):
     """Starts the agent when a test has prepared its files; options are those of Popen."""
     started = []
 

@@ -20,7 +20,8 @@ BOX = Path(__file__).resolve().parents[2] / "nasbox"
     ("[A]\nb = 1\nb = 2\n[A]\nb = 3\n", ["A", "b", "4"], "[A]\nb = 1\nb = 4\n[A]\nb = 3\n"),
     # What would not be read back is refused.
     *(("[A]\nk = old\n", words, None) for words in (
-        ["A]", "k", "v"], ["A", "k=", "v"], ["A", "k", "v\nw = x"], ["A", "k", "v" * 1020], ["A"]))])
+        ["A]", "k", "v"], ["A", "k=", "v"], ["A", "k", "v\nw = x"], ["A", "k", "v" * 1020],
+        ["A"]))])
 def test_wrconf(tmp_path, before, words, after):
     file, link = tmp_path / "a.conf", tmp_path / "link"
     link.symlink_to(file)

@@ -40,15 +40,15 @@ def half_close(client):
     return len(receive(client))
 
 
-def go_on(client, step):
-    """Takes a client to a step of its conversation about a large icon."""
+def go_on(client, step="paid"):
+    """Takes a client to a step of its conversation about an icon; then it reads nothing."""
     if step != "connected":
         client.sendall(request("GetIcon", "Player", "pad"))
     if step in ("answered", "paid"):
-        receive(client, lambda data: data == announced(IMAGE_SIZE))
+        receive(client, lambda data: b"</ZelvDocRoot>" in data)
     if step == "paid":
         client.sendall(b"go")
-        assert len(client.recv(1000, socket.MSG_WAITALL)) == 1000
+        assert client.recv(1000, socket.MSG_WAITALL)
 
 
 def take_up(client):
@@ -81,21 +81,15 @@ def give_no_go_ahead(client):
     say_nothing(client)
 
 
-def read_nothing(client):
-    """Of the image: the agent waits in its write, or in its close when the kernel took all of it."""
-    client.sendall(request("GetIcon", "Player", "pad"))
-    receive(client, lambda data: b"</ZelvDocRoot>" in data)
-    client.sendall(b"go")
-
-
 IMPATIENT = f"{os.environ.get('NASBOX_BIN')}/kalloagent_impatient"
 NOT_WRAPPED = pytest.mark.skipif(bool(WRAP), reason="valgrind runs the agent as it is installed")
 
 
+# Of a large image the agent waits in its write, of a smaller one in its close.
 @NOT_WRAPPED
 @pytest.mark.parametrize("address, hold, image_size", [
-    (TCP, say_nothing, 1), (TCP, give_no_go_ahead, 1), (TCP, read_nothing, IMAGE_SIZE),
-    (TCP, read_nothing, 50_000), (CHANNEL, say_nothing, 1), (CHANNEL, give_no_go_ahead, 1)])
+    (TCP, say_nothing, 1), (TCP, give_no_go_ahead, 1), (TCP, go_on, IMAGE_SIZE),
+    (TCP, go_on, 50_000), (CHANNEL, say_nothing, 1), (CHANNEL, give_no_go_ahead, 1)])
 def test_client_without_progress(start_daemon, address, hold, image_size):
     """It holds the others up for a while, not for ever."""
     PAD_ICON.write_bytes(b"\x89" * image_size)
@@ -112,11 +106,11 @@ def test_slow_client(start_daemon):
     PAD_ICON.write_bytes(b"\x89" * IMAGE_SIZE)
     start_daemon(executable=IMPATIENT)
     with connect(receive_buffer=65536) as client:
-        read_nothing(client)
+        go_on(client)
         for _ in range(8):
             time.sleep(0.4)
             assert len(client.recv(65536))
-        assert len(receive(client)) > IMAGE_SIZE - 8 * 65536 - 1
+        assert len(receive(client)) >= IMAGE_SIZE - 1000 - 8 * 65536
 
 
 @pytest.mark.parametrize("served_last", [TCP, CHANNEL])
@@ -134,8 +128,7 @@ def test_an_app_comes_before_a_local_client(daemon, served_last):
 
 
 @pytest.mark.parametrize("streams", ["broken pipes", "closed", "full files"])
-@pytest.mark.usefixtures("desktop")
-def test_without_standard_streams(nas, start_daemon, streams):
+def test_without_standard_streams(nas, desktop, start_daemon, streams):
     reader, writer = os.pipe()
     os.close(reader)
     agent = start_daemon(**{
@@ -169,4 +162,5 @@ def test_nothing_piles_up(daemon):
     fds, memory = daemon.fds(), agent.memory_info().rss
     mixed_requests(1000)
     assert (daemon.fds(), daemon.zombies()) == (fds, [])
-    assert agent.memory_info().rss < memory + 2**20 or WRAP or built_with("asan") or built_with("tsan")
+    grown = agent.memory_info().rss - memory
+    assert grown < 2**20 or WRAP or built_with("asan") or built_with("tsan")

@@ -1,6 +1,5 @@
 """What fails around the agent (tools, disks, descriptors, processes) fails the requests that need it,
 and nothing once it is put right."""
-# pylint: disable=unused-argument
 import base64
 import os
 import re
@@ -26,9 +25,9 @@ LOG_IN = "Login2", base64.b64encode(b"admin"), base64.b64encode(b"admin-secret")
 STUCK = "exec sleep 600\n"
 MUTE = [None, "exit 0\n", "kill -KILL $$\n", "exec >&- 2>&-\nsleep 0.1\n", STUCK]
 # Tool, a request that runs it, the answer when it says nothing.
-TOOLS = [("/sbin/rdconf", ("GetKALLOSetting",), "success"), ("/sbin/wrconf", LOG_IN, "login_success"),
+TOOLS = [("/sbin/rdconf", ("GetKALLOSetting",), "success"),
+         ("/sbin/wrconf", LOG_IN, "login_success"), ("/usr/bin/wmctrl", ("GetStatus",), "success"),
          ("/opt/bin/zelvshmenv", ("GetCurrentUser",), "login_required"),
-         ("/usr/bin/wmctrl", ("GetStatus",), "success"),
          ("/bin/ps", ("Launch", "TvTuner"), "success"), ("/usr/bin/base64", LOG_IN, None)]
 
 
@@ -38,7 +37,7 @@ def result(asked, address=TCP):
 
 @pytest.mark.parametrize("tool, asked, answer, script", [
     *((*tool, script) for tool in TOOLS for script in MUTE),
-    (*TOOLS[0], "exec yes yes\n"), (*TOOLS[2], "exec yes '<E>'\n"),
+    (*TOOLS[0], "exec yes yes\n"), (*TOOLS[3], "exec yes '<E>'\n"),
     (*TOOLS[4][:2], "invalid_command", "exec yes tuner-tv\n"),
     (*TOOLS[5][:2], "login_fail", "exec yes x\n")])
 def test_broken_tool(nas, desktop, daemon, tool, asked, answer, script):
@@ -57,7 +56,7 @@ def test_broken_tool(nas, desktop, daemon, tool, asked, answer, script):
 
 
 @pytest.fixture
-def disk(nas, request):  # pylint: disable=redefined-outer-name
+def disk(nas, request):
     """Puts a small disk over a directory, whose own directories show through: one of them may hold
     the agent. Gives the function that makes it full or read-only, and fit to write again."""
     place, fault, behind = Path(request.param[0]), request.param[1], Path("/run/behind")
@@ -72,8 +71,8 @@ def disk(nas, request):  # pylint: disable=redefined-outer-name
 
     def spoil(broken):
         if fault == "read-only":
-            how = "ro" if broken else "rw"
-            assert run("mount", "-o", f"remount,bind,{how}", place).returncode == 0
+            how = "remount,bind,ro" if broken else "remount,bind,rw"
+            assert run("mount", "-o", how, place).returncode == 0
         elif broken:
             with pytest.raises(OSError, match="No space"), open(place / "filler", "wb", 0) as file:
                 while file.write(bytes(4096)):
@@ -88,11 +87,9 @@ def disk(nas, request):  # pylint: disable=redefined-outer-name
 
 # Directory and what is wrong with its disk, what a log-in comes to meanwhile.
 @pytest.mark.parametrize("disk, answer", [
-    (("/usr/share/.kallo", "full"), "login_fail"),
-    (("/usr/share/.kallo", "read-only"), "login_fail"),
-    (("/tmp", "full"), None), (("/tmp", "read-only"), "login_fail"),
-    (("/root/.config/ZELV", "full"), "login_success"),
-    (("/root/.config/ZELV", "read-only"), "login_success")], indirect=["disk"])
+    *(((place, fault), answer) for fault in ("full", "read-only") for place, answer in (
+        ("/usr/share/.kallo", "login_fail"), ("/root/.config/ZELV", "login_success"))),
+    (("/tmp", "full"), None), (("/tmp", "read-only"), "login_fail")], indirect=["disk"])
 def test_disk(disk, start_daemon, nas, answer):
     """A log-in that succeeds has its password whole on the disk, and settings are never cut off."""
     settings, plain = Path(nas.settings), "[A]\nb = c\n"

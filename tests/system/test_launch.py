@@ -36,8 +36,7 @@ DECISIONS = [
     ("alice", "Photos", "False", True, "success", STOPS + started("Photos")),
     ("alice", "TvTuner", "False", False, "success", []),  # started by its vexaName, which differs
     (None, "Player", None, False, "login_required", []),
-    (None, None, None, False, "login_required", []),
-]
+    (None, None, None, False, "login_required", [])]
 
 
 def test_decisions(nas, desktop, daemon):
@@ -58,8 +57,7 @@ def test_decisions(nas, desktop, daemon):
     assert not daemon.zombies()
 
 
-@pytest.mark.usefixtures("desktop")
-def test_workspace_that_cannot_be_read(nas, daemon):
+def test_workspace_that_cannot_be_read(nas, desktop, daemon):
     """It counts as one of several windows: nothing is stopped."""
     calls = nas.record("/opt/vexa/screen-program", "/opt/vexa/screen-stop")
     nas.replace("/sbin/rdconf", "exit 0\n")
@@ -70,8 +68,7 @@ def test_workspace_that_cannot_be_read(nas, daemon):
 
 
 @pytest.mark.parametrize("kept", [False, True])
-@pytest.mark.usefixtures("desktop")
-def test_started_program(nas, start_daemon, kept):
+def test_started_program(nas, desktop, start_daemon, kept):
     """With `kept`, the agent has been started with SIGPIPE ignored, which is passed on."""
     daemon = start_daemon(restore_signals=not kept, env={**os.environ, "A": "0", "B": "kept"})
     nas.replace("/opt/vexa/screen-program", "exec sleep 600\n")

@@ -8,13 +8,13 @@ from pathlib import Path
 import pytest
 
 from box import ZOMBIE, processes, wait_until
+from conftest import run
 
 NASBOX = str(Path(__file__).resolve().parents[2] / "nasbox" / "nasbox")
 
 
 def box(*words, **options):
-    return subprocess.run([NASBOX, *words], capture_output=True, text=True, check=False,
-                          timeout=60, **options)
+    return run(NASBOX, *words, **options)
 
 
 IN_PLACE = "in place" in box("true").stderr
@@ -22,14 +22,11 @@ own_namespaces = pytest.mark.skipif(IN_PLACE, reason="namespaces are forbidden o
 
 
 @pytest.mark.parametrize("words, output, status", [
-    (["sh", "-c", "id -u; exit 42"], "0\n", 42),
-    (["sh", "-c", "kill -9 $$"], "", 137),
+    (["sh", "-c", "id -u; exit 42"], "0\n", 42), (["sh", "-c", "kill -9 $$"], "", 137),
     (["sh", "-c", "echo $HOME $PATH $SECRET $ASAN_OPTIONS"],
      "/root /usr/sbin:/usr/bin:/sbin:/bin a=1\n", 0),
     (["rdconf", "System", "Model"], "Torvik Station 4\n", 0),
-    (["--bin", "/nonexistent", "true"], "", 125),
-    (["--nonsense", "true"], "", 125),
-])
+    (["--bin", "/nonexistent", "true"], "", 125), (["--nonsense", "true"], "", 125)])
 def test_runs_the_command(words, output, status):
     done = box(*words, env={**os.environ, "SECRET": "x", "ASAN_OPTIONS": "a=1"})
     assert (done.stdout, done.returncode) == (output, status), done.stderr

@@ -143,8 +143,7 @@ def test_files_in_the_way(calls, daemon):
             remove(HAND_OVER.parent)
 
 
-@pytest.mark.usefixtures("daemon")
-def test_a_log_in_reaches_the_desktops_tools(nas):
+def test_a_log_in_reaches_the_desktops_tools(nas, daemon):
     user = enciphered(b"carol")
     assert log_in("Login", user, enciphered(b"carol123")) == SUCCESS
     assert run("kalloctl", "password").stdout == "carol123\n"

@@ -5,8 +5,6 @@ import re
 import signal
 from pathlib import Path
 
-import pytest
-
 from box import announced, answer, ask, connect, document, receive, request
 from conftest import remove
 
@@ -21,8 +19,7 @@ def padded(size, text=b"<ZelvDocRoot><!--%s--><cmd>Nope</cmd></ZelvDocRoot>"):
     return text % (b"x" * (size - len(text) + 2))
 
 
-@pytest.mark.usefixtures("daemon")
-def test_requests():
+def test_requests(daemon):
     for sent, answer in [
             (UNKNOWN, INVALID), (request("GetPassword"), INVALID), (request("GetIcon2"), INVALID),
             (b"<ZELVDOCROOT a='1' b><CMD c=\"2\">Nope</CMD></zelvdocroot>", INVALID),
@@ -56,8 +53,7 @@ def test_any_go_ahead_will_do_and_no_second_request(daemon):
 
 
 def test_log_of_a_request(daemon):
-    with connect():
-        pass
+    connect().close()
     ask(request("KillAll"))
     function = "[Func:int CKalloAgent::tcpProcess_(std::unique_ptr<corex::Socket>)]: "
     assert re.sub(r"\[File:kalloagent\]\[Line:\d+\]", "", daemon.log()).endswith(
@@ -77,13 +73,12 @@ def test_identity_unknown(nas, start_daemon):
     assert ask(request("ListVEXA"))[1] == document((b"errRtn", b"login_required"), declared=True)
 
 
-@pytest.mark.usefixtures("daemon")
-def test_icons():
+def test_icons(daemon):
     large = PACKAGES / "Photos/.kallo/images/phone.png"
     large.write_bytes(os.urandom(5_000_000))
     for name, kind, *more in [
-            ("Player", "phone"), ("Player", "pad", "more"), ("TvTuner", "phone"), ("Photos", "phone"),
-            ("Browser", "phone"),  # named by an absolute path
+            ("Player", "phone"), ("Player", "pad", "more"), ("TvTuner", "phone"),
+            ("Photos", "phone"), ("Browser", "phone"),  # the latter named by an absolute path
             ("OldGame", "pad"), ("StorageAdmin", "pad")]:  # disabled, for administrators
         image = (PACKAGES / name / ".kallo/images" / f"{kind}.png").read_bytes()
         assert ask(request("GetIcon", name, kind, *more)) == (announced(len(image)), image), name

@@ -17,8 +17,7 @@ def found(name, value):
     return answer(b"success", *([] if value is None else [(name, value)]))
 
 
-@pytest.mark.usefixtures("desktop")
-def test_required_log_in(nas, daemon):
+def test_required_log_in(nas, desktop, daemon):
     for stored, tool, shown, logs_out in [
             (None, None, b"no", True), ("nullify", None, b"no", True), ("nul", None, b"nul", False),
             ("yesterday", None, b"yesterday", True), ("Yes", None, b"Yes", False),
@@ -41,8 +40,7 @@ def test_required_log_in(nas, daemon):
         assert calls.read_text() == (LOGGED_OUT if logs_out else ""), row
 
 
-@pytest.mark.usefixtures("daemon")
-def test_automatic_log_in_cannot_be_set(desktop):
+def test_automatic_log_in_cannot_be_set(desktop, daemon):
     for parameters in (["yes"], []):
         assert text(payload("SetAutoLogin", *parameters), "errRtn") == "paramter_required"
     desktop.stop()
@@ -60,8 +58,7 @@ def test_settings_are_below_home(nas, start_daemon, home):
         f"[/sbin/wrconf][ZelvRemote][Logout][yes][-f][{file}]"]
 
 
-@pytest.mark.usefixtures("daemon")
-def test_process_that_counts_as_the_desktop():
+def test_process_that_counts_as_the_desktop(daemon):
     for name, counts in [("/opt/xKALLOy", True), (" \tKALLO z", True), ("a" * 32766 + "KALLO", True),
                          ("a" * 40000 + "\vKALLO", False), ("a b" + "c" * 32764 + "KALLO", False),
                          ("kallo", False), ("x KALLO", False), ("x\nKALLO", False)]:

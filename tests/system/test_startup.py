@@ -12,6 +12,7 @@ import pytest
 
 from box import CHANNEL, ask, built_with, connect, opened, process_named, request, wait_until
 from conftest import CRASH_ENV, NO_CRASH, run
+from test_clients import take_up
 
 pytestmark = pytest.mark.usefixtures("nas")
 AGENT = "/usr/sbin/kalloagent"
@@ -19,10 +20,6 @@ PID_FILE = Path("/run/kalloagent/kalloagent.pid")
 CORE = Path("/var/log/kalloagent.core")
 SETTINGS = Path("/root/.config/ZELV")
 LOCATION = r"\x1b\[1;31m\[File:kalloagent\]\[Line:\d+\]\[Func:int %s\]: "
-
-
-def answers():
-    return b"invalid_command" in ask(request("Nope"))[1]
 
 
 def started():
@@ -35,7 +32,7 @@ def test_second_instance(daemon):
     assert second.returncode == 0
     assert re.fullmatch(LOCATION % r"main\(\)" + r"kalloagent alread exist!!\n\x1b\[m", second.stderr)
     assert PID_FILE.read_text() == str(daemon.pid) and PID_FILE.stat().st_mtime_ns == before
-    assert answers()
+    assert ask(request("Nope"))[1]
 
 
 def test_of_several_started_at_once_one_stays():
@@ -71,10 +68,9 @@ def test_pid_file_left_behind(start_daemon):
         other.kill()
     with process_named("sleeper") as other:
         for content in ("4194304", f"{other.pid} kalloagent", "", "../sys/kernel", "\x7f\0\x01", None):
-            PID_FILE.write_text(content or "", encoding="ascii")
             # Without a content, its own number, as where a container starts anew.
-            agent = start_daemon(**({} if content is not None else {
-                "preexec_fn": lambda: PID_FILE.write_text(str(os.getpid()), encoding="ascii")}))
+            agent = start_daemon(preexec_fn=lambda content=content: PID_FILE.write_text(
+                str(os.getpid()) if content is None else content))
             assert PID_FILE.read_text(encoding="ascii") == str(agent.pid), content
             agent.end()
 
@@ -102,7 +98,7 @@ def test_start_in_spite_of(start_daemon):
         stale.bind(CHANNEL)
     start_daemon()
     os.close(folder)
-    assert answers() and ask(b"<x/>", CHANNEL) == (b"", b"")
+    assert ask(request("Nope"))[1] and ask(b"<x/>", CHANNEL) == (b"", b"")
 
 
 @pytest.mark.parametrize("port, error", [
@@ -149,7 +145,6 @@ def test_crash_report(start_daemon, is_read):
 @pytest.mark.skipif(built_with("tsan"), reason="this runtime keeps back a signal in a read(2)")
 def test_interrupt_in_the_middle_of_a_conversation(daemon):
     with connect() as client:
-        client.sendall(request("Nope"))
-        assert client.recv(4096)
+        take_up(client)
         daemon.end()
         assert client.recv(1) == b""

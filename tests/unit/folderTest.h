@@ -8,8 +8,7 @@
 #include <fstream>
 #include <string>
 
-class FolderTest : public testing::Test {
-  protected:
+struct FolderTest : testing::Test {
     void SetUp() override { ASSERT_NE(mkdtemp(m_folder.data()), nullptr); }
     void TearDown() override { std::filesystem::remove_all(m_folder); }
 

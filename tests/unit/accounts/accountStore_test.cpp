@@ -4,17 +4,14 @@
 
 #include "folderTest.h"
 
-namespace {
+static std::map<std::string, std::string> shadowDatabase;
 
-std::map<std::string, std::string> shadowDatabase;
-
-std::optional<std::string> lookUp(const std::string& user) {
+static std::optional<std::string> lookUp(const std::string& user) {
     const auto found = shadowDatabase.find(user);
     return found == shadowDatabase.end() ? std::nullopt : std::optional(found->second);
 }
 
-class Accounts : public FolderTest {
-  protected:
+struct Accounts : FolderTest {
     AccountStore store() const {
         return AccountStore({path("uVelt.conf"), path("def_share.info"), path("shadow"),
                              path("group"), path("homes"), lookUp});
@@ -70,5 +67,3 @@ TEST_F(Accounts, FindGroupsByPartsOfWords) {
         EXPECT_EQ(all.groupIdOf(user), id) << user;
     }
 }
-
-}  // namespace

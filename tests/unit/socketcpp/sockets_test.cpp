@@ -10,21 +10,19 @@
 #include "socketcpp/TcpSocket.h"
 #include "socketcpp/UnixSocket.h"
 
-namespace {
-
 using corex::Socket;
 using SocketPtr = std::unique_ptr<Socket>;
 
 enum class Kind { tcp, unixPath, unixAbstract };
 
-int portOf(Socket& socket) {
+static int portOf(Socket& socket) {
     sockaddr_in address{};
     socklen_t length = sizeof address;
     getsockname(socket.GetSocket(), reinterpret_cast<sockaddr*>(&address), &length);
     return ntohs(address.sin_port);
 }
 
-SocketPtr create(Kind kind, bool nonblock = false) {
+static SocketPtr create(Kind kind, bool nonblock = false) {
     return kind == Kind::tcp ? SocketPtr(corex::TcpSocket::CreateSocket(AF_INET, nonblock))
                              : SocketPtr(corex::UnixSocket::CreateSocket(SOCK_STREAM, nonblock));
 }
@@ -98,5 +96,3 @@ TEST(SocketDeathTest, MisuseStopsTheProcess) {
         EXPECT_DEATH((dup2(STDERR_FILENO, STDOUT_FILENO), call(*tcp, *local)), pattern);
     }
 }
-
-}  // namespace

@@ -6,8 +6,6 @@
 
 #include "commandTestTools.h"
 
-namespace {
-
 class CommandRunner : public CommandTest {};
 
 const std::string kNoCommand = "[WARN] cannot execvp NULL command\n";
@@ -128,5 +126,3 @@ TEST_F(CommandRunner, ExpandsWildcards) {
     EXPECT_EQ(outputOf({"echo", path("no*"), path("*/x"), "&"}, 1),
               path("no* ") + path("folder/x\n"));
 }
-
-}  // namespace

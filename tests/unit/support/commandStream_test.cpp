@@ -8,8 +8,6 @@
 #include "support/commandOutput.h"
 #include "support/process/wordSplit.h"
 
-namespace {
-
 class CommandStream : public CommandTest {};
 
 TEST_F(CommandStream, ReadsWhatTheCommandPrints) {
@@ -43,7 +41,7 @@ TEST_F(CommandStream, EndsACommandThatIsNotDetached) {
     EXPECT_EQ(exec_pclose(endless), 256);
 }
 
-auto openDescriptors() {
+static auto openDescriptors() {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
@@ -106,5 +104,3 @@ TEST_F(CommandStream, ReadCommandOutputTakesTheFirstBytes) {
     EXPECT_EQ(support::readCommandOutput({"yes"}, 5), "y\ny\ny");
     EXPECT_EQ(support::readCommandOutput({"printf", "a\\0b"}, 128), std::string("a\0b", 3));
 }
-
-}  // namespace

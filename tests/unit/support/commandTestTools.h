@@ -46,8 +46,7 @@ inline int statusOf(pid_t child) {
     return status;
 }
 
-class CommandTest : public FolderTest {
-  protected:
+struct CommandTest : FolderTest {
     /// Runs `words` with a log and returns the exit code.
     int run(Words words) const {
         return exec_pipeline(-1, -1, -1, path("log").c_str(), 0, pointersTo(words).data());

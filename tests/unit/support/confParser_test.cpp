@@ -3,13 +3,11 @@
 
 #include "folderTest.h"
 
-namespace {
-
 using namespace std::string_literals;
 
 class ConfFile : public FolderTest {};
 
-std::string dumped(const ConfParser& parser) {
+static std::string dumped(const ConfParser& parser) {
     testing::internal::CaptureStdout();
     parser.dump();
     return testing::internal::GetCapturedStdout();
@@ -69,5 +67,3 @@ TEST_F(ConfFile, AFileThatCannotBeOpenedLeavesNothing) {
         EXPECT_EQ(parser.parseFile(path), -1) << path;
     }
 }
-
-}  // namespace

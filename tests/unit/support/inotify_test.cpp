@@ -5,16 +5,13 @@
 
 #include "folderTest.h"
 
-namespace {
-
 /// What the observers of a test saw, in order, as "observer: name in path".
 struct Log {
     std::vector<std::string> seen;
     std::counting_semaphore<> grown{0};
 };
 
-class Recorder : public corex::InotifyObserver {
-  public:
+struct Recorder : corex::InotifyObserver {
     Recorder(const std::string& name, Log& log) : m_name(name), m_log(log) {}
     int OnEvent(corex::Inotify&, const inotify_event* event, const std::string& path) override {
         m_log.seen.push_back(m_name + ": " + event->name + " in " + path);
@@ -22,13 +19,11 @@ class Recorder : public corex::InotifyObserver {
         return 0;
     }
 
-  private:
     std::string m_name;
     Log& m_log;
 };
 
-class Inotify : public FolderTest {
-  protected:
+struct Inotify : FolderTest {
     void SetUp() override {
         FolderTest::SetUp();
         ASSERT_EQ(m_watcher->Init(), 0);
@@ -86,5 +81,3 @@ TEST(InotifyLife, EndsRightBehindItsStartAndBehindAThreadThatGaveUp) {
     EXPECT_NE(testing::internal::GetCapturedStderr().find("[err] epoll_ctl() Bad file descriptor"),
               std::string::npos);
 }
-
-}  // namespace

@@ -4,8 +4,6 @@
 #include "support/process/wordSplit.h"
 #include "support/userIds.h"
 
-namespace {
-
 class Text : public CommandTest {};
 
 TEST_F(Text, TrimsInPlace) {
@@ -64,5 +62,3 @@ TEST(WordSplit, CutsAtBlanksOutsideQuotes) {
     const std::string_view zero("a\0'b", 4);
     EXPECT_EQ(support::splitWords(zero), Words{std::string("a\0b", 3)});
 }
-
-}  // namespace

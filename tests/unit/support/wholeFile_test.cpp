@@ -4,8 +4,6 @@
 
 #include "folderTest.h"
 
-namespace {
-
 namespace fs = std::filesystem;
 
 class WholeFile : public FolderTest {};
@@ -45,5 +43,3 @@ TEST_F(WholeFile, IsReplacedWholeOrNotAtAll) {
     EXPECT_EQ(errno, EISDIR);
     EXPECT_EQ(std::distance(fs::directory_iterator(m_folder), {}), 3) << "something is left behind";
 }
-
-}  // namespace
