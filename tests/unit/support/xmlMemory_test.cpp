@@ -82,11 +82,11 @@ TEST(OutOfMemory, AnEditFailsAndTheTreeStays) {
     };
     for (const Edit edit : edits) {
         // So that the last piece of memory is missing at each step of an edit.
-        for (size_t used = 1; used < 200; used += sizeof(void*)) {
-            XMLNode node = XMLNode::parseString("<a>t<b/><!--c--></a>");
-            XMLNode twin = XMLNode::parseString("<a>t<b/><!--c--></a>");
-            node.addText(std::string(used, 'x').c_str());
-            twin.addText(std::string(used, 'x').c_str());
+        for (size_t used = 1; used < 1000; used += sizeof(void*)) {
+            XMLNode node = XMLNode::parseString("<a><c/><d/><e/><f/></a>");
+            XMLNode twin = XMLNode::parseString("<a><c/><d/><e/><f/></a>");
+            node.addAttribute("x", std::string(used, 'x').c_str());
+            twin.addAttribute("x", std::string(used, 'x').c_str());
             int edited = 0;
             for (const MemoryLimit none(0); edited < kMoreThanFit && edit(node); ++edited) {
             }
