@@ -98,6 +98,12 @@ def agents():
     return [pid for pid, *_, line in processes() if line.endswith("/usr/sbin/kalloagent")]
 
 
+def kill_agents():
+    for pid in agents():
+        with contextlib.suppress(ProcessLookupError):
+            os.kill(pid, signal.SIGKILL)
+
+
 class Daemon:
     """The agent under test. `status` is the exit status that `end` expects."""
     status = 0
@@ -186,9 +192,7 @@ def start_daemon(nas, tmp_path):
         for agent in reversed(started):
             agent.end()
     finally:  # one that has not ended, or a child of it, would be in the way of every later test
-        for pid in agents():
-            with contextlib.suppress(ProcessLookupError):
-                os.kill(pid, signal.SIGKILL)
+        kill_agents()
 
 
 @pytest.fixture

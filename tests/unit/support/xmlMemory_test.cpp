@@ -82,9 +82,9 @@ TEST(OutOfMemory, AnEditFailsAndTheTreeStays) {
     };
     for (const Edit edit : edits) {
         // So that the last piece of memory is missing at each step of an edit.
-        for (size_t used = 1; used < 200; used += sizeof(void*)) {
-            XMLNode node = XMLNode::parseString("<a><c/><d/></a>");
-            XMLNode twin = XMLNode::parseString("<a><c/><d/></a>");
+        for (size_t used = 1; used < 1000; used += sizeof(void*)) {
+            XMLNode node = XMLNode::parseString("<a><c/><d/><e/><f/></a>");
+            XMLNode twin = XMLNode::parseString("<a><c/><d/><e/><f/></a>");
             node.addAttribute("x", std::string(used, 'x').c_str());
             twin.addAttribute("x", std::string(used, 'x').c_str());
             int edited = 0;
