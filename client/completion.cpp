@@ -156,7 +156,7 @@ std::string zshValues(const Option& option) {
     return isList ? "(" + values + ")" : values;
 }
 
-std::string zshSpecs(std::span<const Option> options, const std::string& indent) {
+std::string zshPatterns(std::span<const Option> options, const std::string& indent) {
     Strings rows;
     int number = 0;
     for (const Option& option : options) {
@@ -167,15 +167,15 @@ std::string zshSpecs(std::span<const Option> options, const std::string& indent)
         }
         const std::string help = "[" + escaped(option.help, "[]:\\") + "]";
         for (const std::string& name : namesOf(option)) {
-            std::string spec = name;
+            std::string pattern = name;
             if (takesValue(option)) {
-                spec += name.starts_with("--") ? "=" : "+";
+                pattern += name.starts_with("--") ? "=" : "+";
             }
-            spec += help;
+            pattern += help;
             if (takesValue(option)) {
-                spec += ":value:" + zshValues(option);
+                pattern += ":value:" + zshValues(option);
             }
-            rows.push_back(quoted(spec));
+            rows.push_back(quoted(pattern));
         }
     }
     return indent + joined(rows, ("\n" + indent).c_str());
@@ -192,10 +192,10 @@ std::string zshSubcommands() {
 std::string zshCases() {
     Strings rows;
     for (const Command& command : commands()) {
-        std::string specs = "\n" + zshSpecs(command.options, "");
-        std::ranges::replace(specs, '\n', ' ');
+        std::string patterns = "\n" + zshPatterns(command.options, "");
+        std::ranges::replace(patterns, '\n', ' ');
         rows.push_back("                " + std::string(command.name) + ") _arguments $global" +
-                       (command.options.empty() ? "" : specs) + " ;;");
+                       (command.options.empty() ? "" : patterns) + " ;;");
     }
     return joined(rows, "\n");
 }
@@ -246,7 +246,7 @@ std::string completionText(std::string pattern) {
         {"@BASH_OFFERED_CASES@", bashOfferedCases()},
         {"@BASH_OPERAND_CASES@", bashOperandCases()},
         {"@BASH_GLOBAL@", bashOptions(globalOptions())},
-        {"@ZSH_GLOBAL@", zshSpecs(globalOptions(), "        ")},
+        {"@ZSH_GLOBAL@", zshPatterns(globalOptions(), "        ")},
         {"@ZSH_SUBCOMMANDS@", zshSubcommands()},
         {"@ZSH_CASES@", zshCases()},
         {"@FISH_VALUE_OPTIONS@", valueOptions(" ")},
