@@ -205,7 +205,8 @@ class XMLNode {
 
   private:
     explicit XMLNode(support::xml::Record* record) noexcept;
-    static XMLNode parse_(const char* text, size_t length, const char* tag, XMLResults* results);
+    static XMLNode parse_(const char* text, size_t length, const XMLSettings& settings,
+                          const char* tag, XMLResults* results);
     XMLNode expectedNode_(const char* tag, XMLResults* results) const;
     bool isNamed_(const char* name) const;
 

@@ -97,7 +97,7 @@ const Entity& entityAt(const char* text, const char* end) {
 }
 
 /// Decodes the entity at `input` to `output` and moves both behind it.
-XMLError decodeOne(char*& output, const char*& input, const char* end) {
+XMLError decodeOne(char*& output, const char*& input, const char* end, XMLEncoding encoding) {
     if (end - input < 3 || input[1] != '#') {
         const Entity& entity = entityAt(input, end);
         *output++ = entity.character;
@@ -109,7 +109,7 @@ XMLError decodeOne(char*& output, const char*& input, const char* end) {
     if (behind == nullptr) {
         return XMLError::unknownEntity;
     }
-    if (XMLNode::settings().encoding == XMLEncoding::utf8) {
+    if (encoding == XMLEncoding::utf8) {
         output = writeUtf8(output, number);
     } else if (number > 0xFF) {
         return XMLError::characterAbove255;
@@ -122,7 +122,7 @@ XMLError decodeOne(char*& output, const char*& input, const char* end) {
 
 }  // namespace
 
-XMLError decodeEntities(char* text, uint32_t& length, const char** errorAt) {
+XMLError decodeEntities(char* text, uint32_t& length, XMLEncoding encoding, const char** errorAt) {
     const char* const end = text + length;
     char* output = text;
     const char* input = text;
@@ -136,7 +136,7 @@ XMLError decodeEntities(char* text, uint32_t& length, const char** errorAt) {
         output += plain;
         input += plain;
         if (next != nullptr) {
-            const XMLError error = decodeOne(output, input, end);
+            const XMLError error = decodeOne(output, input, end, encoding);
             if (error != XMLError::none) {
                 *errorAt = next;
                 return error;

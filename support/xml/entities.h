@@ -8,10 +8,11 @@
 
 namespace support::xml {
 
-/// Decodes the `length` bytes at `text` in place and sets `length` to the bytes that are left: a
-/// decoded text is never longer. On failure returns unknownEntity or characterAbove255 and sets
+/// Decodes the `length` bytes at `text`, which are in `encoding`, in place and sets `length` to the
+/// bytes that are left: a decoded text is never longer. On failure returns unknownEntity or
+/// characterAbove255 and sets
 /// `*errorAt` to the entity, whose bytes are still as they were.
-XMLError decodeEntities(char* text, uint32_t& length, const char** errorAt);
+XMLError decodeEntities(char* text, uint32_t& length, XMLEncoding encoding, const char** errorAt);
 
 /// Bytes of the text once its markup characters are escaped.
 size_t escapedLength(const char* text, size_t length);
