@@ -89,7 +89,9 @@ void showItems(const XMLNode& document, std::span<const Field> columns) {
     print(rows.size() == 1 ? "" : "\n" + alignedTable(rows, isColourWanted()));
 }
 
-void show(const Arguments& arguments, const XMLNode& document, const Layout& layout) {
+}  // namespace
+
+void showAnswer(const Arguments& arguments, const XMLNode& document, const Layout& layout) {
     if (arguments.json) {
         showAsJson(document, layout);
         return;
@@ -99,8 +101,6 @@ void show(const Arguments& arguments, const XMLNode& document, const Layout& lay
         showItems(document, layout.columns);
     }
 }
-
-}  // namespace
 
 int judge(const Arguments& arguments, const std::string& command, const XMLNode& document) {
     const std::string result = companion::resultOf(document);
@@ -136,7 +136,7 @@ int askAndShow(const Arguments& arguments, const std::string& request, const Lay
     if (answer.reply != Reply::answered) {
         return exitFailed;
     }
-    show(arguments, answer.document, layout);
+    showAnswer(arguments, answer.document, layout);
     return judge(arguments, companion::commandOf(request), answer.document);
 }
 

@@ -24,6 +24,9 @@ struct Layout {
     std::span<const Field> columns{};
 };
 
+/// Shows an answer by `layout` on standard output, as tables or JSON.
+void showAnswer(const Arguments& arguments, const XMLNode& document, const Layout& layout);
+
 /// Tells of a refusal (its `errRtn`) in `document`, the answer to `command`, on standard error; a
 /// package that is not found is looked for among those that there are. Returns exitDone,
 /// exitRefused, or exitFailed for an answer without a result.
