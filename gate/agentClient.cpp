@@ -45,14 +45,16 @@ asio::awaitable<bool> readPayload(tcp::socket& socket, std::string& payload, uin
     if (refused) {
         co_return false;
     }
-    payload.resize(size);
-    const auto [error, count] = co_await asio::async_read(socket, asio::buffer(payload), kResult);
+    // It grows as it arrives: an announcement alone takes no memory.
+    auto grown = asio::dynamic_buffer(payload, size);
+    const auto [error, count] =
+        co_await asio::async_read(socket, grown, asio::transfer_exactly(size), kResult);
     co_return !error;
 }
 
 }  // namespace
 
-asio::awaitable<AgentReply> askAgent(tcp::endpoint address, std::string request,
+asio::awaitable<AgentReply> askAgent(tcp::endpoint address, const std::string& request,
                                      std::chrono::milliseconds limit) {
     tcp::socket socket(co_await asio::this_coro::executor);
     Deadline deadline(socket);
@@ -73,8 +75,11 @@ asio::awaitable<AgentReply> askAgent(tcp::endpoint address, std::string request,
     if (state == State::silent) {
         reply.kind = AgentReply::Kind::silent;
     } else if (state == State::whole) {
-        const bool isWhole = co_await readPayload(socket, reply.payload, announcement.size());
-        reply.kind = isWhole ? AgentReply::Kind::answered : AgentReply::Kind::failed;
+        std::string payload;
+        const bool isWhole = co_await readPayload(socket, payload, announcement.size());
+        if (isWhole) {
+            reply = AgentReply::answeredWith(std::move(payload));
+        }
     }
     co_return reply;
 }

@@ -5,6 +5,7 @@
 #include <boost/asio/awaitable.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <chrono>
+#include <memory>
 #include <string>
 
 namespace gate {
@@ -18,12 +19,23 @@ struct AgentReply {
     };
 
     Kind kind = Kind::gone;
-    std::string payload{};
+    /// Shared by all clients that get it; null, which is an empty one, unless answered.
+    std::shared_ptr<const std::string> payload{};
+
+    const std::string& text() const {
+        static const std::string kNothing;
+        return payload ? *payload : kNothing;
+    }
+    static AgentReply answeredWith(std::string text) {
+        return {Kind::answered, std::make_shared<const std::string>(std::move(text))};
+    }
 };
 
 /// Asks the agent at `address`; `request` is one line of at most protocol::kRequestLimit bytes.
-/// After an announced size of 0 no go-ahead is given. Ends within `limit`.
+/// After an announced size of 0 no go-ahead is given. Ends within `limit`. The request has to last
+/// as long: the caller waits at once.
 boost::asio::awaitable<AgentReply> askAgent(boost::asio::ip::tcp::endpoint address,
-                                            std::string request, std::chrono::milliseconds limit);
+                                            const std::string& request,
+                                            std::chrono::milliseconds limit);
 
 }  // namespace gate

@@ -19,6 +19,8 @@ using Kind = AgentReply::Kind;
 constexpr auto kResult = asio::as_tuple(asio::use_awaitable);
 constexpr std::chrono::milliseconds kFirstPause{100};
 constexpr std::chrono::milliseconds kLongestPause{2000};
+/// An agent that was restarted unseen may tell another version.
+constexpr std::chrono::minutes kEnvelopeKept{1};
 
 bool isStatus(const Command* command) {
     return command != nullptr && std::string_view(command->name) == protocol::kGetStatus;
@@ -29,35 +31,42 @@ bool isStatus(const Command* command) {
 AgentQueue::AgentQueue(asio::io_context& context, const Settings& settings)
     : m_context(context), m_settings(settings) {}
 
-asio::awaitable<Answer> AgentQueue::ask(Address client, std::string request,
+asio::awaitable<Answer> AgentQueue::ask(Address client, const std::string& request,
                                         const Command* command) {
-    const JobPtr job = join_(client, request, command);
-    if (!m_isWorking) {
-        m_isWorking = true;
-        asio::co_spawn(m_context, work_(), asio::detached);
-    }
+    const Time arrival = steady_clock::now();
+    JobPtr job;
     ++m_waiting;
-    while (!job->isDone) {
-        co_await job->finished.async_wait(kResult);
-    }
+    do {
+        job = join_(client, request, command, arrival);
+        if (!m_isWorking) {
+            m_isWorking = true;
+            asio::co_spawn(m_context, work_(), asio::detached);
+        }
+        while (!job->isDone) {
+            co_await job->finished.async_wait(kResult);
+        }
+        // The time of one that was joined is over before that of this client.
+    } while (job->answer.reply.kind == Kind::gone && job->arrival < arrival);
     --m_waiting;
     Answer answer = job->answer;
     if (isStatus(command) && answer.reply.kind == Kind::answered) {
-        m_refreshed.give(client, answer.reply.payload);
+        std::string status = answer.reply.text();
+        m_refreshed.give(client, status);
+        answer.reply = AgentReply::answeredWith(std::move(status));
     }
     co_return answer;
 }
 
 AgentQueue::JobPtr AgentQueue::join_(const Address& client, const std::string& request,
-                                     const Command* command) {
-    const bool isShared = command != nullptr && command->isShared;
+                                     const Command* command, Time arrival) {
+    const bool isShared = command == nullptr || command->isShared;
     if (const auto same = m_shared.find(request); isShared && same != m_shared.end()) {
         return same->second;
     }
     const JobPtr job =
         std::make_shared<Job>(Job{request,
                                   command,
-                                  steady_clock::now(),
+                                  arrival,
                                   {},
                                   asio::steady_timer(m_context, steady_clock::time_point::max())});
     std::deque<JobPtr>& line = m_lines[client];
@@ -108,32 +117,39 @@ void AgentQueue::setUp_(bool isUp) {
 asio::awaitable<void> AgentQueue::work_() {
     while (!m_turns.empty()) {
         const JobPtr job = next_();
-        AgentReply reply = co_await converse_(job);
-        if (reply.kind == Kind::answered && isStatus(job->command)) {
-            m_refreshed.collect(reply.payload);
+        AgentReply reply;
+        try {
+            reply = co_await converse_(*job);
+            if (reply.kind == Kind::answered && isStatus(job->command)) {
+                std::string status = reply.text();
+                m_refreshed.collect(status);
+                reply = AgentReply::answeredWith(std::move(status));
+            }
+        } catch (const std::exception&) {  // memory is lacking: the others have to be served
+            reply.kind = Kind::failed;
         }
         finish_(job, std::move(reply));
     }
     m_isWorking = false;
 }
 
-asio::awaitable<AgentReply> AgentQueue::converse_(JobPtr job) {
-    const asio::ip::tcp::endpoint agent(asio::ip::make_address(m_settings.agentAddress),
-                                        m_settings.agentPort);
-    const std::chrono::seconds limit = limitOf_(job->command);
+asio::awaitable<AgentReply> AgentQueue::converse_(Job& job) {
+    const std::chrono::seconds limit = limitOf_(job.command);
     std::chrono::milliseconds pause = kFirstPause;
     for (;;) {
-        job->begun = steady_clock::now();
+        const asio::ip::tcp::endpoint agent(asio::ip::make_address(m_settings.agentAddress),
+                                            m_settings.agentPort);
+        job.begun = steady_clock::now();
         ++m_conversations;
-        AgentReply reply = co_await askAgent(agent, job->request, limit);
-        setUp_(reply.kind != Kind::gone && reply.kind != Kind::failed);
-        if (reply.kind == Kind::failed) {
+        AgentReply reply = co_await askAgent(agent, job.request, limit);
+        const bool isUp = reply.kind == Kind::answered || reply.kind == Kind::silent;
+        setUp_(isUp);
+        if (!isUp) {
             giveUpLate_();
         }
-        if (reply.kind != Kind::gone || steady_clock::now() + pause - job->arrival > limit) {
+        if (reply.kind != Kind::gone || steady_clock::now() + pause - job.arrival > limit) {
             co_return reply;
         }
-        giveUpLate_();
         asio::steady_timer timer(m_context, pause);
         co_await timer.async_wait(kResult);
         pause = std::min(pause * 2, kLongestPause);
@@ -162,21 +178,27 @@ std::chrono::seconds AgentQueue::limitOf_(const Command* command) const {
     return std::chrono::seconds(isSlow ? m_settings.slowSeconds : m_settings.agentSeconds);
 }
 
-asio::awaitable<std::string> AgentQueue::refusal(Address client, std::string result) {
-    if (m_envelope.empty()) {
-        const Answer answer = co_await ask(client, unknownCommandRequest(), nullptr);
-        m_envelope = answer.reply.payload;
+asio::awaitable<AgentReply> AgentQueue::refusal(Address client, const char* result) {
+    if (m_envelope.empty() || steady_clock::now() - m_envelopeSince > kEnvelopeKept) {
+        const std::string unknown = unknownCommandRequest();
+        const Answer answer = co_await ask(client, unknown, nullptr);
+        m_envelope = answer.reply.text();
+        m_envelopeSince = steady_clock::now();
     }
-    const std::string known = protocol::kResultTexts[protocol::invalidCommand];
+    const std::string_view known = protocol::kResultTexts[protocol::invalidCommand];
     std::string document = m_envelope;
-    if (const size_t place = document.rfind(known); place != std::string::npos) {
-        document.replace(place, known.size(), result);
+    const size_t place = document.rfind(known);
+    if (place == std::string::npos) {
+        co_return AgentReply{};
     }
-    // A log-in's answer has no declaration.
-    if (result == protocol::kLoginFail && document.starts_with(protocol::kDeclaration)) {
-        document.erase(0, std::string_view(protocol::kDeclaration).size());
+    document.replace(place, known.size(), result);
+    // The answer to a log-in leaves a version out that is not known.
+    const std::string version = std::string("\t<") + protocol::kDesktopVersionElement + "/>\n";
+    if (const size_t empty = document.find(version);
+        std::string_view(result) == protocol::kLoginFail && empty != std::string::npos) {
+        document.erase(empty, version.size());
     }
-    co_return document;
+    co_return AgentReply::answeredWith(std::move(document));
 }
 
 }  // namespace gate

@@ -36,12 +36,13 @@ class AgentQueue final {
     AgentQueue& operator=(const AgentQueue&) = delete;
 
     /// Waits for the turn of a sound request and has the conversation. `command` null: any
-    /// request, of the gate's own.
-    boost::asio::awaitable<Answer> ask(Address client, std::string request, const Command* command);
+    /// request, of the gate's own. The caller waits at once, so that `request` lasts.
+    boost::asio::awaitable<Answer> ask(Address client, const std::string& request,
+                                       const Command* command);
 
-    /// The document with `result`, in the envelope that the agent gives its answers; empty while
-    /// no agent has told it yet and none can be asked.
-    boost::asio::awaitable<std::string> refusal(Address client, std::string result);
+    /// The document with `result`, in the envelope that the agent gives its answers; gone while no
+    /// agent has told it yet and none can be asked. `result` is one of the fixed texts.
+    boost::asio::awaitable<AgentReply> refusal(Address client, const char* result);
 
     /// Conversations wait in the line or are under way.
     size_t waiting() const noexcept { return m_waiting; }
@@ -61,12 +62,13 @@ class AgentQueue final {
     };
     using JobPtr = std::shared_ptr<Job>;
 
-    JobPtr join_(const Address& client, const std::string& request, const Command* command);
+    JobPtr join_(const Address& client, const std::string& request, const Command* command,
+                 Time arrival);
     JobPtr next_();
     void finish_(const JobPtr& job, AgentReply reply);
     void setUp_(bool isUp);
     boost::asio::awaitable<void> work_();
-    boost::asio::awaitable<AgentReply> converse_(JobPtr job);
+    boost::asio::awaitable<AgentReply> converse_(Job& job);
     void giveUpLate_();
     std::chrono::seconds limitOf_(const Command* command) const;
 
@@ -76,6 +78,7 @@ class AgentQueue final {
     std::list<Address> m_turns;              ///< the addresses that have a line, the next one first
     std::map<std::string, JobPtr> m_shared;  ///< requests that wait and may be joined
     std::string m_envelope;                  ///< the agent's answer to an unknown command
+    Time m_envelopeSince{};
     RefreshedMark m_refreshed;
     size_t m_waiting = 0;
     uint64_t m_conversations = 0;

@@ -1,5 +1,6 @@
 #include "gate/appConversation.h"
 
+#include <algorithm>
 #include <array>
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/use_awaitable.hpp>
@@ -35,8 +36,9 @@ asio::awaitable<std::string> readRequest(tcp::socket& socket, seconds limit) {
            !isWholeRequest({buffer.data(), length})) {
         const auto [error, count] = co_await socket.async_read_some(
             asio::buffer(buffer.data() + length, buffer.size() - length), kResult);
-        if (error && error != asio::error::operation_aborted && error != asio::error::eof) {
-            co_return std::string();
+        const bool isOver = error == asio::error::operation_aborted && socket.is_open();
+        if (error && !isOver && error != asio::error::eof) {
+            co_return std::string();  // the client is gone, or the gate ends
         }
         length += count;
         if (error) {
@@ -46,20 +48,23 @@ asio::awaitable<std::string> readRequest(tcp::socket& socket, seconds limit) {
     co_return std::string(buffer.data(), length);
 }
 
-/// The result that a document of the agent tells; the number of bytes of what is none.
+/// The result that a document of the agent tells, one of the fixed texts; the number of bytes of
+/// what tells none.
 std::string resultIn(const std::string& payload) {
     static const std::string kStart = std::string("<") + protocol::kResultElement + ">";
     constexpr const char* kLayout = " \t\r\n";
     const size_t element = payload.find(kStart);
-    if (element == std::string::npos) {
-        return std::to_string(payload.size()) + " bytes";
+    const size_t text = element == std::string::npos
+                            ? element
+                            : payload.find_first_not_of(kLayout, element + kStart.size());
+    if (text != std::string::npos) {
+        std::string found = payload.substr(text, payload.find_first_of(" \t\r\n<", text) - text);
+        if (std::ranges::count(protocol::kResultTexts, found) > 0 || found == protocol::kFail ||
+            found == protocol::kLoginSuccess || found == protocol::kLoginFail) {
+            return found;
+        }
     }
-    const size_t text = payload.find_first_not_of(kLayout, element + kStart.size());
-    return payload.substr(text, payload.find_first_of(" \t\r\n<", text) - text);
-}
-
-AgentReply answeredWith(std::string payload) {
-    return {Kind::answered, std::move(payload)};
+    return std::to_string(payload.size()) + " bytes";
 }
 
 /// Asks for a log-in, as often as may be.
@@ -68,11 +73,11 @@ asio::awaitable<Answer> logIn(Door& door, Address client, const CheckedRequest& 
     if (!door.logins.admit(client, steady_clock::now())) {
         door.statistics.refuse(Refusal::logins);
         Answer refused;
-        refused.reply = answeredWith(co_await door.queue.refusal(client, protocol::kLoginFail));
+        refused.reply = co_await door.queue.refusal(client, protocol::kLoginFail);
         co_return refused;
     }
     Answer answer = co_await door.queue.ask(client, request.text, request.command);
-    const std::string result = resultIn(answer.reply.payload);
+    const std::string result = resultIn(answer.reply.text());
     if (result == protocol::kLoginSuccess) {
         door.logins.succeeded(client);
     } else if (result != protocol::kLoginFail) {
@@ -90,13 +95,10 @@ asio::awaitable<Answer> answerTo(Door& door, Address client, const CheckedReques
             }
             co_return co_await door.queue.ask(client, request.text, request.command);
         case CheckedRequest::Verdict::refused:
-            answer.reply = answeredWith(co_await door.queue.refusal(client, request.result));
-            if (answer.reply.payload.empty()) {
-                answer.reply.kind = Kind::gone;
-            }
+            answer.reply = co_await door.queue.refusal(client, request.result);
             break;
         case CheckedRequest::Verdict::noIcon:
-            answer.reply = answeredWith("");
+            answer.reply.kind = Kind::answered;
             break;
         case CheckedRequest::Verdict::silent:
             answer.reply.kind = Kind::silent;
@@ -123,12 +125,13 @@ asio::awaitable<bool> give(tcp::socket& socket, const std::string& payload, seco
     const std::string announcement = companion::announcementText(payload.size());
     const auto [refused, announced] =
         co_await asio::async_write(socket, asio::buffer(announcement), kResult);
+    if (refused) {
+        co_return false;
+    }
     std::array<char, protocol::kRequestLimit> goAhead;
-    if (!refused) {
-        const auto [error, count] = co_await socket.async_read_some(asio::buffer(goAhead), kResult);
-        if (error) {
-            co_return false;
-        }
+    const auto [left, came] = co_await socket.async_read_some(asio::buffer(goAhead), kResult);
+    if (left) {
+        co_return payload.empty();  // nothing is left to be taken
     }
     for (size_t given = 0; given < payload.size();) {
         deadline.extend(silence);
@@ -139,7 +142,7 @@ asio::awaitable<bool> give(tcp::socket& socket, const std::string& payload, seco
         }
         given += count;
     }
-    co_return !refused;
+    co_return true;
 }
 
 /// Closes so that nothing of the answer is lost: a close over unread bytes would be a reset.
@@ -157,34 +160,34 @@ asio::awaitable<void> close(tcp::socket& socket) {
 
 }  // namespace
 
-asio::awaitable<void> converse(Door& door, std::shared_ptr<Connection> connection) {
+asio::awaitable<void> converse(Door& door, Connection& connection) {
     const seconds requestLimit(door.settings.requestSeconds);
-    const std::string bytes = co_await readRequest(connection->socket, requestLimit);
-    connection->isAsking = false;
+    const std::string bytes = co_await readRequest(connection.socket, requestLimit);
+    connection.isAsking = false;
     if (bytes.empty()) {
         door.statistics.refuse(Refusal::silence);
         co_return;
     }
     const auto start = steady_clock::now();
     const CheckedRequest request = checkRequest(bytes);
-    const Answer answer = co_await answerTo(door, connection->address, request);
+    const Answer answer = co_await answerTo(door, connection.address, request);
     bool isTaken = answer.reply.kind == Kind::silent;
     if (answer.reply.kind == Kind::answered) {
         const seconds silence(door.settings.silenceSeconds);
-        isTaken = co_await give(connection->socket, answer.reply.payload, silence);
+        isTaken = co_await give(connection.socket, answer.reply.text(), silence);
         ++door.statistics.answered;
     } else if (answer.reply.kind != Kind::silent) {
         door.statistics.refuse(Refusal::agent);
     }
-    co_await close(connection->socket);
     const auto total = steady_clock::now() - start;
     door.statistics.queued.add(answer.queued);
     door.statistics.atAgent.add(answer.atAgent);
     door.statistics.total.add(total);
     const bool isAnswered = answer.reply.kind == Kind::answered;
-    logRequest({connection->address, request.command == nullptr ? "?" : request.command->name,
-                isAnswered ? resultIn(answer.reply.payload) : "no answer", isTaken, answer.queued,
+    logRequest({connection.address, request.command == nullptr ? "?" : request.command->name,
+                isAnswered ? resultIn(answer.reply.text()) : "no answer", isTaken, answer.queued,
                 answer.atAgent, total});
+    co_await close(connection.socket);
 }
 
 }  // namespace gate

@@ -30,6 +30,6 @@ struct Connection {
 };
 
 /// Has the conversation and closes the connection. Every request is told in a line of the log.
-boost::asio::awaitable<void> converse(Door& door, std::shared_ptr<Connection> connection);
+boost::asio::awaitable<void> converse(Door& door, Connection& connection);
 
 }  // namespace gate

@@ -54,8 +54,9 @@ std::optional<std::string> credential(std::string text, size_t longest) {
         text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/");
     const std::string_view padding =
         digits == std::string::npos ? "" : std::string_view(text).substr(digits);
+    // Padding alone is a value of nothing, to which the agent has an answer of its own.
     const bool isSound = !text.empty() && text.size() <= longest && text.size() % 4 == 0 &&
-                         (padding.empty() || padding == "=" || padding == "==") && digits != 0;
+                         (padding.empty() || padding == "=" || padding == "==" || text == "====");
     return isSound ? std::optional(text) : std::nullopt;
 }
 

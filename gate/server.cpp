@@ -1,5 +1,7 @@
 #include "gate/server.h"
 
+#include <sys/resource.h>
+
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
@@ -64,9 +66,20 @@ class Server final {
           m_control(context, options.controlSocket, m_door) {}
 
     void start() {
-        asio::co_spawn(m_context, accept_(), asio::detached);
-        asio::co_spawn(m_context, obey_(), asio::detached);
+        // Without either the gate is of no use: it ends, and its supervisor starts it anew.
+        const auto fail = [](const std::exception_ptr& error) {
+            if (error) {
+                std::rethrow_exception(error);
+            }
+        };
+        asio::co_spawn(m_context, accept_(), fail);
+        asio::co_spawn(m_context, obey_(), fail);
         m_control.start();
+        // The status tells of the agent from the start on.
+        asio::co_spawn(m_context,
+                       m_door.queue.refusal(asio::ip::address_v4::loopback(),
+                                            protocol::kResultTexts[protocol::invalidCommand]),
+                       asio::detached);
         logText("listening on port " + std::to_string(m_door.settings.port));
         tellSystemd("READY=1");
     }
@@ -107,11 +120,9 @@ bool Server::admits_(const Address& address) {
 asio::awaitable<void> Server::accept_() {
     while (m_acceptor.is_open()) {
         auto [error, socket] = co_await m_acceptor.async_accept(kResult);
-        if (error == asio::error::no_descriptors || error == asio::error::no_memory) {
+        if (error) {  // descriptors or memory are lacking, or the gate ends
             asio::steady_timer pause(m_context, kPauseWithoutDescriptors);
             co_await pause.async_wait(kResult);
-        }
-        if (error) {
             continue;
         }
         const tcp::endpoint peer = socket.remote_endpoint(error);
@@ -130,7 +141,7 @@ asio::awaitable<void> Server::accept_() {
 
 asio::awaitable<void> Server::serve_(std::shared_ptr<Connection> connection) {
     try {
-        co_await converse(m_door, connection);
+        co_await converse(m_door, *connection);
     } catch (const std::exception& error) {  // memory is lacking: one client less
         logText(std::string("a conversation was given up: ") + error.what());
     }
@@ -184,6 +195,13 @@ asio::awaitable<void> Server::end_() {
 }  // namespace
 
 int serve(const ServerOptions& options) {
+    signal(SIGPIPE, SIG_IGN);  // a line of the log whose reader has gone is dropped
+    rlimit descriptors{};
+    if (getrlimit(RLIMIT_NOFILE, &descriptors) == 0) {
+        descriptors.rlim_cur =
+            descriptors.rlim_max;  // a thousand clients come near the usual 1,024
+        setrlimit(RLIMIT_NOFILE, &descriptors);
+    }
     asio::io_context context(1);
     Server server(context, options);
     server.start();
