@@ -27,13 +27,13 @@ struct Option {
     const char* help;
     std::variant<std::string Arguments::*, bool Arguments::*, int Arguments::*, double Arguments::*>
         target;
-    bool required = false;
     std::span<const char* const> choices{};
     double least = 0;  ///< bounds of a number, both included
     double most = 0;
     const char* bare = nullptr;         ///< the value of an option that stands without one
     const char* environment = nullptr;  ///< a variable that is taken in its place
     ValueKind kind = ValueKind::text;
+    bool required = false;
 };
 
 struct Command {

@@ -68,10 +68,12 @@ function(kallo_package_files NAME COMPONENT PAGES DOCUMENTS)
         install(FILES ${files}/${NAME}.service DESTINATION lib/systemd/system
             COMPONENT ${COMPONENT})
     endif()
-    if(EXISTS ${files}/${NAME}.tmpfiles)
-        install(FILES ${files}/${NAME}.tmpfiles DESTINATION lib/tmpfiles.d
-            RENAME ${NAME}.conf COMPONENT ${COMPONENT})
-    endif()
+    foreach(kind tmpfiles sysusers)
+        if(EXISTS ${files}/${NAME}.${kind})
+            install(FILES ${files}/${NAME}.${kind} DESTINATION lib/${kind}.d
+                RENAME ${NAME}.conf COMPONENT ${COMPONENT})
+        endif()
+    endforeach()
     if(EXISTS ${files}/${NAME}.avahi)
         # CPack would put an absolute destination into this machine's own /etc.
         install(FILES ${files}/${NAME}.avahi DESTINATION ../etc/avahi/services
@@ -95,9 +97,9 @@ endfunction()
 # kallo_package(NAME COMPONENT C DESCRIPTION TEXT [DEPENDS D] [RECOMMENDS R] [SUGGESTS S]
 #               [PAGES NAMES...] [DOCUMENTS FILES...])
 # Packs the component C, to which this adds man pages of packaging/man, documents and what
-# packaging/NAME holds: copyright, and where there are any NAME.service, NAME.tmpfiles, NAME.avahi (an
-# announcement), conffiles and maintainer scripts. A package whose program (the target NAME) is not
-# built is left out.
+# packaging/NAME holds: copyright, and where there are any NAME.service, NAME.tmpfiles, NAME.sysusers,
+# NAME.avahi (an announcement), conffiles and maintainer scripts. A package whose program (the target
+# NAME) is not built is left out.
 function(kallo_package NAME)
     if(NOT TARGET ${NAME})
         return()
@@ -137,7 +139,7 @@ kallo_package(kalloagent COMPONENT daemon
     DOCUMENTS ${pages}
     DEPENDS procps  # and coreutils, grep and awk, which no Debian system is without
     RECOMMENDS "wmctrl, x11-utils"
-    SUGGESTS "avahi-daemon, kalloctl"
+    SUGGESTS "avahi-daemon, kallogate, kalloctl"
     DESCRIPTION "television agent of a network storage server
 A service for a storage server that drives a television. Companion apps on
 phones and tablets connect to TCP port 9812 to list the installed application
@@ -154,4 +156,16 @@ kallo_package(kalloctl COMPONENT client
 Asks the agent of a storage server over the network what a companion app on a
 phone asks: the installed packages and their icons, the windows on the screen,
 a launch, a login. Answers are for people to read, or JSON for scripts.")
+
+kallo_package(kallogate COMPONENT gate
+    PAGES kallogate.8 kallogate.toml.5
+    DEPENDS "systemd | systemd-standalone-sysusers | systemd-sysusers"  # its user
+    RECOMMENDS "kalloagent, nftables"
+    SUGGESTS kalloctl
+    DESCRIPTION "front door of the storage server's television agent
+Stands between the companion apps and the agent, which runs as root and serves
+one connection at a time. It speaks the same protocol, serves many apps at
+once without root, and passes on only sound requests, written anew. With it
+comes a firewall file that leads the apps to it and keeps others from the
+agent.")
 include(CPack)

@@ -1,6 +1,8 @@
 #include "companion/announcement.h"
 
 #include <charconv>
+#include <cstdlib>
+#include <memory>
 
 #include "companion/answer.h"
 #include "support/protocol.h"
@@ -24,6 +26,15 @@ bool readSize(const std::string& announcement, uint64_t& size) {
 }
 
 }  // namespace
+
+std::string announcementText(uint64_t size) {
+    constexpr int kIndented = 1;
+    XMLNode root = XMLNode::createTopNode(protocol::kRootElement);
+    root.addAttribute(protocol::kVersionAttribute, protocol::kVersion);
+    root.addChild(protocol::kSizeElement).addText(std::to_string(size).c_str());
+    const std::unique_ptr<char, decltype(&free)> text(root.createString(kIndented), &free);
+    return text ? text.get() : "";
+}
 
 Announcement::State Announcement::take(std::string_view bytes) {
     if (wanted() == 0 || bytes.empty()) {

@@ -12,6 +12,9 @@ namespace companion {
 /// No answer of the agent comes near this size; a larger announcement is not trusted.
 inline constexpr uint64_t kPayloadLimit = uint64_t{256} << 20;
 
+/// The announcement of a payload of `size` bytes, as the agent writes it. Any thread.
+std::string announcementText(uint64_t size);
+
 /// An announcement on its way. An object serves one connection, on one thread at a time.
 class Announcement final {
   public:

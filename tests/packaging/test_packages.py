@@ -18,6 +18,7 @@ ADDR2LINE = os.environ["KALLO_ADDR2LINE"]
 EMULATOR = os.environ["KALLO_EMULATOR"].split()
 MACHINES = {"Advanced Micro Devices X86-64": "amd64", "AArch64": "arm64"}
 UNIT = "kalloagent.service"
+GATE_UNIT = "usr/lib/systemd/system/kallogate.service"
 WANTS = f"etc/systemd/system/multi-user.target.wants/{UNIT}"
 MASK = f"etc/systemd/system/{UNIT}"
 HAND_OVER = "usr/share/.kallo/.kallopw.log"
@@ -47,6 +48,7 @@ class Tree:
     def __init__(self, root, packages):
         self.root = root
         (root / "var/lib/dpkg").mkdir(parents=True)
+        (root / "etc").mkdir()
         self.said = self.dpkg("-i", *packages.values())
 
     def dpkg(self, *words):
@@ -118,7 +120,9 @@ def test_nothing_tells_where_it_was_built(tree):
     ("kalloagent", ["procps", "libssl3", "libcrypt1", "libc6 (>="], "-cross"),
     ("kalloctl", ["libssl3", "libstdc++6"], "-cross|procps"),
     ("kalloagent-dbgsym", ["kalloagent (= "], "libc6"),
-    ("kalloctl-dbgsym", ["kalloctl (= "], "libc6")])
+    ("kalloctl-dbgsym", ["kalloctl (= "], "libc6"),
+    ("kallogate", ["libsystemd0", "libstdc++6", "systemd-sysusers"], "-cross|boost"),
+    ("kallogate-dbgsym", ["kallogate (= "], "libc6")])
 def test_fields(packages, package, wanted, unwanted):
     machine = re.search(r"Machine: *(.*)", run("readelf", "-h", BUILD / "bin/kalloagent"))[1]
     fields = run("dpkg-deb", "-f", packages[package], "Architecture", "Depends")
@@ -144,11 +148,25 @@ def test_crash_report_becomes_functions_and_lines(box, packages, tmp_path):
     assert re.search(r"\b(epoll_wait|acceptTcp_)\(", code[int(line) - 1]), frames
 
 
-def test_systemd_accepts_the_unit(tree):
+def test_systemd_accepts_the_units(tree):
     shutil.copytree("/lib/systemd/system", tree.root / "usr/lib/systemd/system", symlinks=True,
                     dirs_exist_ok=True)
     assert run("systemd-analyze", "verify", f"--root={tree.root}", "--man=no",
-               "--recursive-errors=no", UNIT) == ""
+               "--recursive-errors=no", UNIT, "kallogate.service") == ""
+
+
+def test_the_gate_runs_as_its_own_user_behind_walls(tree):
+    unit = tree.root / GATE_UNIT
+    user = re.search(r"^User=(.*)", unit.read_text(), re.M)[1]
+    assert f"\n{user}:" in "\n" + (tree.root / "etc/passwd").read_text()
+    assert f"skuid {{ root, {user} }}" in (tree.root / "usr/share/kallogate/kallogate.nft").read_text()
+    assert not tree.has("etc/systemd/system/multi-user.target.wants/kallogate.service")
+    run("systemd-analyze", "security", "--offline=true", "--threshold=15", unit)  # tenths
+    options = ["check-config", "--config"]
+    example = tree.root / "usr/share/doc/kallogate/examples/kallogate.toml"
+    text = re.sub(r"^#(?! )", "", example.read_text(), flags=re.M)
+    example.write_text(text)
+    assert "sound" in run(*EMULATOR, tree.root / "usr/sbin/kallogate", *options, example)
 
 
 def test_the_agents_files_in_tmp_are_spared_by_the_cleaning(tree):
@@ -181,20 +199,21 @@ def test_life_of_the_service(tree, packages):
     assert tree.has("usr/share/.kallo/kept"), "the folder is shared with the desktop"
 
 
+@pytest.mark.parametrize("package", ["kalloagent", "kallogate"])
 @pytest.mark.parametrize("script, arguments, calls", [
     ("postinst", ["configure", ""], []), ("postinst", ["configure", "1.0.0"], ["try-restart"]),
     ("prerm", ["upgrade", "1.0.1"], []), ("prerm", ["remove"], ["stop"]),
     ("postrm", ["purge"], [])])
-def test_what_is_done_to_a_running_service(tmp_path, script, arguments, calls):
+def test_what_is_done_to_a_running_service(tmp_path, package, script, arguments, calls):
     """The scripts as on a machine that systemd runs, with recorders in the place of its tools."""
     (tmp_path / "calls").touch()
-    for tool in ("deb-systemd-invoke", "deb-systemd-helper", "systemctl"):
+    for tool in ("deb-systemd-invoke", "deb-systemd-helper", "systemctl", "systemd-sysusers"):
         (tmp_path / tool).write_text(f'#!/bin/sh\necho "{tool} $*" >>"{tmp_path}/calls"\n')
         (tmp_path / tool).chmod(0o755)
-    text = (SOURCE / "packaging/kalloagent" / script).read_text(encoding="utf-8")
+    text = (SOURCE / "packaging" / package / script).read_text(encoding="utf-8")
     for path in ("/run/systemd/system", "/usr/share/.kallo", "/var/log"):
         text = text.replace(path, str(tmp_path))
     run("/bin/sh", "-c", text, script, *arguments, env={"PATH": f"{tmp_path}:/usr/bin:/bin"})
     said = (tmp_path / "calls").read_text()
-    assert re.findall(rf"deb-systemd-invoke (\S+) {UNIT}", said) == calls
+    assert re.findall(rf"deb-systemd-invoke (\S+) {package}.service", said) == calls
     assert not re.search(r"systemctl.*(start|stop|enable)", said)

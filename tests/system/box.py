@@ -12,6 +12,7 @@ from xml.etree import ElementTree
 import psutil
 
 TCP = ("127.0.0.1", 9812)
+DOOR = {"port": TCP[1]}  # where the clients of a test knock: at the agent, or at the gate
 CHANNEL = "/tmp/.kalloagent.channel"
 # What the agent runs under, valgrind perhaps: it adds descriptors, memory and time of its own.
 WRAP = os.environ.get("KALLO_WRAP", "").split()
@@ -28,7 +29,8 @@ def wait_until(condition, seconds=10, what="the condition"):
     return found
 
 
-def connect(address=TCP, timeout=20, receive_buffer=None):
+def connect(address=None, timeout=20, receive_buffer=None):
+    address = address or (TCP[0], DOOR["port"])
     client = socket.socket(socket.AF_UNIX if isinstance(address, str) else socket.AF_INET)
     if receive_buffer:
         client.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, receive_buffer)
@@ -73,7 +75,7 @@ def announced(size):
     return document((b"size", b"%d" % size))
 
 
-def ask(request, address=TCP):
+def ask(request, address=None):
     """One conversation: returns (announcement, payload), empty bytes for what the agent did not
     send. The go-ahead is withheld after an announced size of 0."""
     with connect(address) as client:
@@ -92,9 +94,14 @@ def request(command, *params):
     return b"<ZelvDocRoot><cmd>%s</cmd>%s</ZelvDocRoot>" % (command, params)
 
 
-def payload(command, *params, address=TCP):
+def payload(command, *params, address=None):
     """The answer document of a command, as text."""
     return ask(request(command, *params), address)[1].decode()
+
+
+def at_gate():
+    """Whether the clients of this test knock at the gate."""
+    return DOOR["port"] != TCP[1]
 
 
 def texts(document, element):

@@ -9,7 +9,7 @@ from pathlib import Path
 
 import pytest
 
-from box import PATIENCE, WRAP, ZOMBIE, built_with, processes, wait_until
+from box import DOOR, PATIENCE, TCP, WRAP, ZOMBIE, built_with, processes, wait_until
 
 TREE = Path(os.environ.get("NASBOX_TREE", ""))  # set inside the box alone
 FROM_TREE = ["etc/config", "etc/passwd", "etc/shadow", "etc/platform.conf", "share", "opt/vexa"]
@@ -18,6 +18,9 @@ MADE_LATER = ["root/.config", "usr/share/.kallo", "run/kalloagent", "run/vexa", 
               "var/log/kalloagent.core", "var/log/vexa-services.log"]
 NO_LIMIT = pytest.mark.skipif(bool(WRAP), reason="valgrind has descriptors of its own at its end")
 NO_CRASH = pytest.mark.skipif(bool(WRAP), reason="valgrind may drop a SIGSEGV that nothing caused")
+KALLOGATE = f"{os.environ.get('NASBOX_BIN')}/kallogate"
+# Tests that knock at both doors, the agent's and the gate's.
+BOTH_DOORS = ("protocol", "protocol_examples", "login", "launch", "session", "windows")
 REPORT = "/run/report"  # what sanitizers and valgrind find, in a file a process
 if TREE.is_absolute():
     # Nothing of pytest, valgrind or ThreadSanitizer is in /tmp, so that a test can fill it.
@@ -198,3 +201,66 @@ def start_daemon(nas, tmp_path):
 @pytest.fixture
 def daemon(start_daemon):
     return start_daemon()
+
+
+class Gate:
+    """kallogate in front of the agent; the settings are lines of its file, by table."""
+    port = 9813
+
+    def __init__(self, folder, **settings):
+        self.config, self.control, self.err = folder / "gate.toml", folder / "control", folder / "gate"
+        self.configure(**settings)
+        with open(self.err, "wb") as err:
+            self.process = subprocess.Popen([KALLOGATE, "serve", "--config", self.config, "--control",
+                                             self.control], stderr=err)
+        wait_until(lambda: "listening" in self.log(), 30, "a gate that listens")
+
+    def configure(self, **settings):
+        self.config.write_text("".join(f"[{table}]\n{lines}\n" for table, lines in settings.items()))
+
+    def log(self):
+        assert self.process.poll() is None, self.err.read_text()
+        return self.err.read_text()
+
+    def end(self):
+        self.process.terminate()
+        assert self.process.wait(30 * PATIENCE) == 0, self.err.read_text()
+
+
+@pytest.fixture
+def start_gate(tmp_path):
+    """Starts the gate, at which the clients of the test knock from then on."""
+    started = []
+
+    def start(**settings):
+        started.append(Gate(tmp_path, **settings))
+        DOOR["port"] = Gate.port
+        return started[-1]
+
+    yield start
+    DOOR["port"] = TCP[1]
+    for gate in started:
+        gate.end()
+
+
+def pytest_generate_tests(metafunc):
+    meets_agent = {"daemon", "start_daemon"} & set(metafunc.fixturenames)
+    is_for_both = metafunc.module.__name__.removeprefix("test_") in BOTH_DOORS
+    if is_for_both and meets_agent and not hasattr(metafunc.function, "agent_alone"):
+        metafunc.parametrize("door", ["agent", "gate"], indirect=True)
+
+
+def agent_alone(reason):
+    """Marks a test whose clients the gate does not let through, or that looks at what it hides."""
+    def mark(function):
+        function.agent_alone = reason
+        return function
+    return mark
+
+
+@pytest.fixture(autouse=True)
+def door(request):
+    """Where the clients of the tests for both doors knock. The gate's limits are not met there."""
+    if getattr(request, "param", "agent") == "gate":
+        request.getfixturevalue("start_gate")(
+            seconds="request = 1", login="failures_of_an_address = 9999\nfailures_of_all = 9999")

@@ -43,7 +43,7 @@ def test_desktop_follows_the_phone():
                     ("Login", b"alice", b"wonderland"), ("Login", b"alice", b"wonderland"),
                     ("Login2", b"carol", b"carol123")]:
                 # It does not run: that of the user before has ended.
-                assert text(payload("Launch", "Player"), "errRtn") == "success"
+                wait_until(lambda: text(payload("Launch", "Player"), "errRtn") == "success", 30)
                 payload("Logout")
                 values = [FORMS[command](value) for value in (user, password)]
                 wait_until(lambda c=command, v=values: log_in(c, *v) == "login_success", 30)

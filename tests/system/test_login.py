@@ -9,8 +9,8 @@ from pathlib import Path
 
 import pytest
 
-from box import ask, payload, request, text
-from conftest import NO_LIMIT, remove, run
+from box import ask, at_gate, payload, request, text
+from conftest import NO_LIMIT, agent_alone, remove, run
 
 KEY = "4b1e90c27a5d03f8e6219b74c05a3d8f17e2694ab803cf5d916e27a0b4c85f13"
 HAND_OVER = Path("/usr/share/.kallo/.kallopw.log")
@@ -51,7 +51,8 @@ def test_who_gets_in(calls, daemon):
            ("Login2", rb"YWR\taW4=", secret), ("Login2", b"YWRt\naW4=", secret),
            ("Login2", b"YWRtaW4=?", secret + b"*")]  # decoded as far as it goes
     usual = [(command, *map(FORMS[command], values)) for command in FORMS for values in USERS]
-    for command, user, password in usual + odd:
+    # The gate takes base64 alone, and knows no value of more than 88 characters.
+    for command, user, password in usual + (odd[:1] if at_gate() else odd):
         calls.write_bytes(b"")
         assert log_in(command, user, password) == SUCCESS, (user, daemon.log())
         # The file of the log-in before was a longer one.
@@ -85,6 +86,8 @@ def test_decoder_without_output(nas, daemon):
             ("Login", None, None, 645, ("/bin/echo", None)),
             ("Login2", None, None, 730, ("/usr/bin/base64", None)),
             ("Login2", None, None, 769, ("/usr/bin/base64", '[ "$1" ] && openssl base64 -d -A\n'))]:
+        if at_gate() and not broken:
+            continue  # that is no base64
         nas.restore()
         calls = nas.record("/sbin/wrconf")
         if broken:
@@ -97,6 +100,7 @@ def test_decoder_without_output(nas, daemon):
 
 
 @NO_LIMIT
+@agent_alone("a client at the gate has its answer before the agent has closed")
 @pytest.mark.parametrize("command", FORMS)
 def test_no_descriptors_for_the_decoder(calls, daemon, command):
     """Whatever step the descriptors run out in, nobody is let in by half and none is lost."""
@@ -120,6 +124,8 @@ def test_long_passwords(calls, daemon, command, length, extra, status, answer):
     for name in ("/etc/config/shadow", "/etc/shadow"):
         with open(name, "a", encoding="ascii") as shadow:
             shadow.write(line)
+    if at_gate() and status:
+        status, answer = 0, FAIL
     daemon.status = status
     # Of a longer value the first 63 bytes count.
     sent = FORMS[command](b"p" * length + b"q" * (length == 63)) + extra

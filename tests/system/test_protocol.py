@@ -6,7 +6,7 @@ import signal
 from pathlib import Path
 
 from box import announced, answer, ask, connect, document, receive, request
-from conftest import remove
+from conftest import agent_alone, remove
 
 PACKAGES = Path("/share/Volume1/vexa")
 INVALID = (announced(119), answer(b"invalid_command"))
@@ -39,6 +39,7 @@ def test_requests(daemon):
         assert ask(sent) == answer, sent[:60]
 
 
+@agent_alone("the gate takes what lies behind a request for its end")
 def test_any_go_ahead_will_do_and_no_second_request(daemon):
     for go_ahead in (b"\0", request("KillAll"), b"x" * 4096):
         with connect() as client:
@@ -52,6 +53,7 @@ def test_any_go_ahead_will_do_and_no_second_request(daemon):
     assert daemon.log().count("COMMAND:") == 4
 
 
+@agent_alone("the gate writes lines of its own")
 def test_log_of_a_request(daemon):
     connect().close()
     ask(request("KillAll"))
@@ -92,6 +94,7 @@ def test_icons(daemon):
         assert ask(request("GetIcon", "Photos", "phone")) == NO_ICON, make
 
 
+@agent_alone("the gate keeps that go-ahead to itself")
 def test_go_ahead_for_no_icon_stops_the_agent(daemon):
     daemon.status = -signal.SIGABRT
     with connect() as client:

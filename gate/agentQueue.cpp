@@ -1,0 +1,204 @@
+#include "gate/agentQueue.h"
+
+#include <algorithm>
+#include <boost/asio/as_tuple.hpp>
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+#include <boost/asio/use_awaitable.hpp>
+
+#include "companion/answer.h"
+#include "support/protocol.h"
+
+namespace gate {
+namespace {
+
+namespace asio = boost::asio;
+using std::chrono::steady_clock;
+using Kind = AgentReply::Kind;
+
+constexpr auto kResult = asio::as_tuple(asio::use_awaitable);
+constexpr std::chrono::milliseconds kFirstPause{100};
+constexpr std::chrono::milliseconds kLongestPause{2000};
+/// An agent that was restarted unseen may tell another version.
+constexpr std::chrono::minutes kEnvelopeKept{1};
+
+bool isStatus(const Command* command) {
+    return command != nullptr && std::string_view(command->name) == protocol::kGetStatus;
+}
+
+}  // namespace
+
+AgentQueue::AgentQueue(asio::io_context& context, const Settings& settings)
+    : m_context(context), m_settings(settings) {}
+
+asio::awaitable<Answer> AgentQueue::ask(Address client, const std::string& request,
+                                        const Command* command) {
+    const Time arrival = steady_clock::now();
+    JobPtr job;
+    ++m_waiting;
+    do {
+        job = join_(client, request, command, arrival);
+        if (!m_isWorking) {
+            m_isWorking = true;
+            asio::co_spawn(m_context, work_(), asio::detached);
+        }
+        while (!job->isDone) {
+            co_await job->finished.async_wait(kResult);
+        }
+        // The time of one that was joined is over before that of this client.
+    } while (job->answer.reply.kind == Kind::gone && job->arrival < arrival);
+    --m_waiting;
+    Answer answer = job->answer;
+    if (isStatus(command) && answer.reply.kind == Kind::answered) {
+        std::string status = answer.reply.text();
+        m_refreshed.give(client, status);
+        answer.reply = AgentReply::answeredWith(std::move(status));
+    }
+    co_return answer;
+}
+
+AgentQueue::JobPtr AgentQueue::join_(const Address& client, const std::string& request,
+                                     const Command* command, Time arrival) {
+    const bool isShared = command == nullptr || command->isShared;
+    if (const auto same = m_shared.find(request); isShared && same != m_shared.end()) {
+        return same->second;
+    }
+    const JobPtr job =
+        std::make_shared<Job>(Job{request,
+                                  command,
+                                  arrival,
+                                  {},
+                                  asio::steady_timer(m_context, steady_clock::time_point::max())});
+    std::deque<JobPtr>& line = m_lines[client];
+    if (line.empty()) {
+        m_turns.push_back(client);
+    }
+    line.push_back(job);
+    if (isShared) {
+        m_shared[request] = job;
+    }
+    return job;
+}
+
+AgentQueue::JobPtr AgentQueue::next_() {
+    const Address address = m_turns.front();
+    m_turns.pop_front();
+    const auto line = m_lines.find(address);
+    const JobPtr job = line->second.front();
+    line->second.pop_front();
+    if (line->second.empty()) {
+        m_lines.erase(line);
+    } else {
+        m_turns.push_back(address);
+    }
+    if (const auto shared = m_shared.find(job->request);
+        shared != m_shared.end() && shared->second == job) {
+        m_shared.erase(shared);
+    }
+    return job;
+}
+
+void AgentQueue::finish_(const JobPtr& job, AgentReply reply) {
+    const Time now = steady_clock::now();
+    const Time begun = job->begun == Time{} ? now : job->begun;
+    job->answer = {std::move(reply), begun - job->arrival, now - begun};
+    job->isDone = true;
+    job->finished.cancel();
+}
+
+void AgentQueue::setUp_(bool isUp) {
+    if (m_isUp != isUp) {
+        m_isUp = isUp;
+        m_since = steady_clock::now();
+        m_envelope.clear();  // another agent may be another version
+    }
+}
+
+asio::awaitable<void> AgentQueue::work_() {
+    while (!m_turns.empty()) {
+        const JobPtr job = next_();
+        AgentReply reply;
+        try {
+            reply = co_await converse_(*job);
+            if (reply.kind == Kind::answered && isStatus(job->command)) {
+                std::string status = reply.text();
+                m_refreshed.collect(status);
+                reply = AgentReply::answeredWith(std::move(status));
+            }
+        } catch (const std::exception&) {  // memory is lacking: the others have to be served
+            reply.kind = Kind::failed;
+        }
+        finish_(job, std::move(reply));
+    }
+    m_isWorking = false;
+}
+
+asio::awaitable<AgentReply> AgentQueue::converse_(Job& job) {
+    const std::chrono::seconds limit = limitOf_(job.command);
+    std::chrono::milliseconds pause = kFirstPause;
+    for (;;) {
+        const asio::ip::tcp::endpoint agent(asio::ip::make_address(m_settings.agentAddress),
+                                            m_settings.agentPort);
+        job.begun = steady_clock::now();
+        ++m_conversations;
+        AgentReply reply = co_await askAgent(agent, job.request, limit);
+        const bool isUp = reply.kind == Kind::answered || reply.kind == Kind::silent;
+        setUp_(isUp);
+        if (!isUp) {
+            giveUpLate_();
+        }
+        if (reply.kind != Kind::gone || steady_clock::now() + pause - job.arrival > limit) {
+            co_return reply;
+        }
+        asio::steady_timer timer(m_context, pause);
+        co_await timer.async_wait(kResult);
+        pause = std::min(pause * 2, kLongestPause);
+    }
+}
+
+/// While the agent is away, nobody waits longer than a conversation may take.
+void AgentQueue::giveUpLate_() {
+    const Time now = steady_clock::now();
+    for (auto& [address, line] : m_lines) {
+        std::erase_if(line, [&](const JobPtr& job) {
+            const bool isLate = now - job->arrival > limitOf_(job->command);
+            if (isLate) {
+                std::erase_if(m_shared, [&](const auto& shared) { return shared.second == job; });
+                finish_(job, {});
+            }
+            return isLate;
+        });
+    }
+    m_turns.remove_if([this](const Address& address) { return m_lines[address].empty(); });
+    std::erase_if(m_lines, [](const auto& entry) { return entry.second.empty(); });
+}
+
+std::chrono::seconds AgentQueue::limitOf_(const Command* command) const {
+    const bool isSlow = command != nullptr && command->isSlow;
+    return std::chrono::seconds(isSlow ? m_settings.slowSeconds : m_settings.agentSeconds);
+}
+
+asio::awaitable<AgentReply> AgentQueue::refusal(Address client, const char* result) {
+    if (m_envelope.empty() || steady_clock::now() - m_envelopeSince > kEnvelopeKept) {
+        const std::string unknown = unknownCommandRequest();
+        const Answer answer = co_await ask(client, unknown, nullptr);
+        m_envelope = answer.reply.text();
+        m_envelopeSince = steady_clock::now();
+    }
+    const std::string_view known = protocol::kResultTexts[protocol::invalidCommand];
+    std::string document = m_envelope;
+    const size_t place = document.rfind(known);
+    if (place == std::string::npos) {
+        co_return AgentReply{};
+    }
+    document.replace(place, known.size(), result);
+    // The answer to a log-in leaves a version out that is not known.
+    const std::string version = std::string("\t<") + protocol::kDesktopVersionElement + "/>\n";
+    if (const size_t empty = document.find(version);
+        std::string_view(result) == protocol::kLoginFail && empty != std::string::npos) {
+        document.erase(empty, version.size());
+    }
+    co_return AgentReply::answeredWith(std::move(document));
+}
+
+}  // namespace gate

@@ -1,0 +1,90 @@
+// The line in front of the agent: requests of many clients, one conversation at a time, fair by
+// client address.
+#pragma once
+
+#include <boost/asio/awaitable.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <deque>
+#include <list>
+#include <map>
+#include <memory>
+
+#include "gate/agentClient.h"
+#include "gate/networks.h"
+#include "gate/refreshedMark.h"
+#include "gate/requestCheck.h"
+#include "gate/settings.h"
+
+namespace gate {
+
+/// What a client's request came to, and how long that took.
+struct Answer {
+    AgentReply reply;
+    std::chrono::steady_clock::duration queued{};
+    std::chrono::steady_clock::duration atAgent{};
+};
+
+/// Belongs to the thread of its io_context.
+class AgentQueue final {
+  public:
+    using Time = std::chrono::steady_clock::time_point;
+
+    AgentQueue(boost::asio::io_context& context, const Settings& settings);
+    AgentQueue(const AgentQueue&) = delete;
+    AgentQueue& operator=(const AgentQueue&) = delete;
+
+    /// Waits for the turn of a sound request and has the conversation. `command` null: any
+    /// request, of the gate's own. The caller waits at once, so that `request` lasts.
+    boost::asio::awaitable<Answer> ask(Address client, const std::string& request,
+                                       const Command* command);
+
+    /// The document with `result`, in the envelope that the agent gives its answers; gone while no
+    /// agent has told it yet and none can be asked. `result` is one of the fixed texts.
+    boost::asio::awaitable<AgentReply> refusal(Address client, const char* result);
+
+    /// Conversations wait in the line or are under way.
+    size_t waiting() const noexcept { return m_waiting; }
+    bool isAgentUp() const noexcept { return m_isUp; }
+    Time agentSince() const noexcept { return m_since; }
+    uint64_t conversations() const noexcept { return m_conversations; }
+
+  private:
+    struct Job {
+        std::string request;
+        const Command* command;
+        Time arrival;
+        Time begun{};
+        boost::asio::steady_timer finished;  ///< cancelled when `answer` holds
+        bool isDone = false;
+        Answer answer{};
+    };
+    using JobPtr = std::shared_ptr<Job>;
+
+    JobPtr join_(const Address& client, const std::string& request, const Command* command,
+                 Time arrival);
+    JobPtr next_();
+    void finish_(const JobPtr& job, AgentReply reply);
+    void setUp_(bool isUp);
+    boost::asio::awaitable<void> work_();
+    boost::asio::awaitable<AgentReply> converse_(Job& job);
+    void giveUpLate_();
+    std::chrono::seconds limitOf_(const Command* command) const;
+
+    boost::asio::io_context& m_context;
+    const Settings& m_settings;
+    std::map<Address, std::deque<JobPtr>> m_lines;
+    std::list<Address> m_turns;              ///< the addresses that have a line, the next one first
+    std::map<std::string, JobPtr> m_shared;  ///< requests that wait and may be joined
+    std::string m_envelope;                  ///< the agent's answer to an unknown command
+    Time m_envelopeSince{};
+    RefreshedMark m_refreshed;
+    size_t m_waiting = 0;
+    uint64_t m_conversations = 0;
+    bool m_isWorking = false;
+    bool m_isUp = false;
+    Time m_since = std::chrono::steady_clock::now();
+};
+
+}  // namespace gate

@@ -1,0 +1,21 @@
+// The gate as a whole: it listens, holds the connections, and obeys signals.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "gate/settings.h"
+
+namespace gate {
+
+struct ServerOptions {
+    std::string configFile;
+    bool mayLack;  ///< no file is a file without keys
+    std::string controlSocket;
+};
+
+/// Serves until SIGTERM or SIGINT; SIGHUP reads the file again. Returns the exit status of the
+/// process. Throws SettingsError for the file, boost::system::system_error when the port is taken.
+int serve(const ServerOptions& options);
+
+}  // namespace gate

@@ -1,0 +1,128 @@
+#include "gate/settings.h"
+
+#include <toml++/toml.h>
+
+#include <functional>
+#include <limits>
+
+#include "support/wholeFile.h"
+
+namespace gate {
+namespace {
+
+constexpr size_t kLongestFile = size_t{1} << 20;
+
+/// One key of the file: returns why its value is not taken, as the end of a sentence, or nothing.
+struct Key {
+    const char* table;
+    const char* name;
+    std::function<std::string(Settings&, const toml::node&)> take;
+};
+
+template <typename Number>
+Key number(const char* table, const char* name, Number Settings::*member, Number least) {
+    return {table, name, [member, least](Settings& settings, const toml::node& node) {
+                const int64_t most =
+                    std::min<int64_t>(std::numeric_limits<Number>::max(), 1'000'000);
+                const auto value = node.value_exact<int64_t>();
+                if (!value || *value < least || *value > most) {
+                    return "a whole number from " + std::to_string(least) + " to " +
+                           std::to_string(most);
+                }
+                settings.*member = static_cast<Number>(*value);
+                return std::string();
+            }};
+}
+
+std::string takeAgentAddress(Settings& settings, const toml::node& node) {
+    boost::system::error_code error;
+    const auto text = node.value_exact<std::string>();
+    if (!text || (boost::asio::ip::make_address(*text, error), error)) {
+        return "an address, such as \"127.0.0.1\"";
+    }
+    settings.agentAddress = *text;
+    return "";
+}
+
+std::string takeAllowed(Settings& settings, const toml::node& node) {
+    constexpr const char* kWanted =
+        "a list of networks, such as [\"192.168.1.0/24\", \"fc00::/7\"]";
+    const toml::array* const list = node.as_array();
+    if (list == nullptr) {
+        return kWanted;
+    }
+    settings.allowed.clear();
+    for (const toml::node& entry : *list) {
+        const auto network = Network::parse(entry.value_or(std::string()));
+        if (!network) {
+            return kWanted;
+        }
+        settings.allowed.push_back(*network);
+    }
+    return "";
+}
+
+const std::vector<Key>& keys() {
+    constexpr unsigned kOne = 1;
+    constexpr uint16_t kFirstPort = 1;
+    static const std::vector<Key> kKeys = {
+        number("listen", "port", &Settings::port, kFirstPort),
+        {"listen", "allowed", takeAllowed},
+        number("listen", "connections", &Settings::connections, kOne),
+        number("listen", "connections_of_an_address", &Settings::connectionsOfAnAddress, kOne),
+        {"agent", "address", takeAgentAddress},
+        number("agent", "port", &Settings::agentPort, kFirstPort),
+        number("login", "failures_of_an_address", &Settings::failuresOfAnAddress, kOne),
+        number("login", "failures_of_all", &Settings::failuresOfAll, kOne),
+        number("seconds", "request", &Settings::requestSeconds, kOne),
+        number("seconds", "agent", &Settings::agentSeconds, kOne),
+        number("seconds", "slow", &Settings::slowSeconds, kOne),
+        number("seconds", "silence", &Settings::silenceSeconds, kOne),
+    };
+    return kKeys;
+}
+
+[[noreturn]] void refuse(const std::string& path, unsigned line, const std::string& reason) {
+    throw SettingsError(path + ":" + std::to_string(line) + ": " + reason);
+}
+
+void takeKey(Settings& settings, const std::string& path, const std::string& table,
+             const std::string& name, const toml::node& node) {
+    for (const Key& key : keys()) {
+        if (table == key.table && name == key.name) {
+            const std::string wanted = key.take(settings, node);
+            if (!wanted.empty()) {
+                refuse(path, node.source().begin.line, table + "." + name + " has to be " + wanted);
+            }
+            return;
+        }
+    }
+    refuse(path, node.source().begin.line, "there is no setting " + table + "." + name);
+}
+
+}  // namespace
+
+Settings readSettings(const std::string& path, bool mayLack) {
+    const auto text = support::readWholeFile(path.c_str(), kLongestFile);
+    if (!text && !(mayLack && errno == ENOENT)) {
+        throw SettingsError(path + ": " + strerror(errno));
+    }
+    Settings settings;
+    try {
+        const toml::table file = toml::parse(text.value_or(""), path);
+        for (const auto& [table, node] : file) {
+            if (!node.is_table()) {
+                refuse(path, node.source().begin.line,
+                       "there is no setting " + std::string(table.str()) + " outside a table");
+            }
+            for (const auto& [name, value] : *node.as_table()) {
+                takeKey(settings, path, std::string(table.str()), std::string(name.str()), value);
+            }
+        }
+    } catch (const toml::parse_error& error) {
+        refuse(path, error.source().begin.line, std::string(error.description()));
+    }
+    return settings;
+}
+
+}  // namespace gate
