@@ -10,8 +10,8 @@ import signal
 import sys
 
 DIRECTORIES = ["/root/.config", "/usr/share/.kallo", "/share", "/run/desktop", "/run/vexa",
-         "/run/kalloagent", "/tmp/.kalloagent.channel", "/tmp/Torvik.ServicePipe",
-         "/var/log/kalloagent.core", "/var/log/vexa-services.log"]
+               "/run/kalloagent", "/run/kallogate", "/tmp/.kalloagent.channel",
+               "/tmp/Torvik.ServicePipe", "/var/log/kalloagent.core", "/var/log/vexa-services.log"]
 ASIDE = "/.nasbox-aside"
 PR_SET_CHILD_SUBREAPER = 36
 
@@ -26,7 +26,7 @@ def laid_out():
             if not (os.environ["NASBOX_REAL_WINDOWS"] and place.startswith("/usr/bin/")):
                 yield source, place
     for place in ("/sbin/rdconf", "/sbin/wrconf", "/opt/bin/zelvshmenv", "/usr/sbin/kalloagent",
-                  "/usr/bin/kalloctl"):
+                  "/usr/sbin/kallogate", "/usr/bin/kalloctl"):
         source = os.path.join(programs, os.path.basename(place))
         if os.path.exists(source):
             yield source, place

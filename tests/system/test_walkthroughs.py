@@ -78,7 +78,7 @@ def test_operations(paste):
     cells = [[re.findall("`(.*?)`", cell) for cell in row.split("|")] for row in rows]
     checks = [(command[0], healthy[:1]) for _, _, command, healthy, _ in cells if command]
     start = [command for command, _ in steps("operations.md")]
-    up = "kallogate serve & until kalloctl -p 9813 status >/dev/null 2>&1; do sleep 0.1; done"
+    up = "mkdir -p /run/kallogate; kallogate serve & until kalloctl -p 9813 status >/dev/null 2>&1; do sleep 0.1; done"
     outputs = paste([*start, up, *(f"{command} || echo FAILED" for command, _ in checks)])
     assert checks and start
     for (command, healthy), output in zip(checks, outputs[len(start) + 1:]):
