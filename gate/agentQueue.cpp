@@ -63,7 +63,7 @@ AgentQueue::JobPtr AgentQueue::join_(const Address& client, const std::string& r
     if (const auto same = m_shared.find(request); isShared && same != m_shared.end()) {
         return same->second;
     }
-    const JobPtr job =
+    JobPtr job =
         std::make_shared<Job>(Job{request,
                                   command,
                                   arrival,
@@ -84,7 +84,7 @@ AgentQueue::JobPtr AgentQueue::next_() {
     const Address address = m_turns.front();
     m_turns.pop_front();
     const auto line = m_lines.find(address);
-    const JobPtr job = line->second.front();
+    JobPtr job = line->second.front();
     line->second.pop_front();
     if (line->second.empty()) {
         m_lines.erase(line);

@@ -26,9 +26,7 @@ int run(CLI::App& app, const gate::ServerOptions& options, bool asJson) {
     return gate::serve(options);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int runCommandLine(int argc, char** argv) {
     CLI::App app("The front door of kalloagent.", "kallogate");
     app.set_version_flag("--version", "kallogate " KALLO_VERSION);
     app.require_subcommand(1);
@@ -48,8 +46,14 @@ int main(int argc, char** argv) {
     status->add_flag("--json", asJson, "As JSON");
     CLI11_PARSE(app, argc, argv);
     options.mayLack = serve->count("--config") + check->count("--config") == 0;
+    return run(app, options, asJson);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
     try {
-        return run(app, options, asJson);
+        return runCommandLine(argc, argv);
     } catch (const std::exception& error) {
         std::cerr << "kallogate: " << error.what() << '\n';
         return 1;

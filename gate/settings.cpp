@@ -88,22 +88,24 @@ const std::vector<Key>& keys() {
 
 void takeKey(Settings& settings, const std::string& path, const std::string& table,
              const std::string& name, const toml::node& node) {
+    std::string full = table;
+    full.append(".").append(name);
     for (const Key& key : keys()) {
         if (table == key.table && name == key.name) {
             const std::string wanted = key.take(settings, node);
             if (!wanted.empty()) {
-                refuse(path, node.source().begin.line, table + "." + name + " has to be " + wanted);
+                refuse(path, node.source().begin.line, full.append(" has to be ").append(wanted));
             }
             return;
         }
     }
-    refuse(path, node.source().begin.line, "there is no setting " + table + "." + name);
+    refuse(path, node.source().begin.line, "there is no setting " + full);
 }
 
 }  // namespace
 
 Settings readSettings(const std::string& path, bool mayLack) {
-    const auto text = support::readWholeFile(path.c_str(), kLongestFile);
+    const auto text = support::readWholeFile(path, kLongestFile);
     if (!text && !(mayLack && errno == ENOENT)) {
         throw SettingsError(path + ": " + strerror(errno));
     }

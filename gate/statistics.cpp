@@ -1,6 +1,7 @@
 #include "gate/statistics.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace gate {
 
@@ -18,7 +19,7 @@ double Durations::percentile(double share) const {
         return 0;
     }
     std::vector<double> sorted = m_milliseconds;
-    const auto place = sorted.begin() + static_cast<ptrdiff_t>(share * (sorted.size() - 1) + 0.5);
+    const auto place = sorted.begin() + std::lround(share * static_cast<double>(sorted.size() - 1));
     std::nth_element(sorted.begin(), place, sorted.end());
     return *place;
 }
