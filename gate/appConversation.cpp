@@ -108,11 +108,12 @@ asio::awaitable<Answer> answerTo(Door& door, Address client, const CheckedReques
     co_return answer;
 }
 
-/// What came behind the request is no go-ahead: many apps end it with a line feed of its own.
+/// What came behind the request is no go-ahead: many apps end it with a line feed of its own. Read
+/// once: whoever sends without end does not keep the gate here.
 void dropWhatCame(tcp::socket& socket) {
     std::array<char, 4096> buffer;
     boost::system::error_code error;
-    while (socket.available(error) > 0 && !error) {
+    if (socket.available(error) > 0 && !error) {
         socket.read_some(asio::buffer(buffer), error);
     }
 }
