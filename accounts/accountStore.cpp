@@ -23,7 +23,6 @@ constexpr char kEveryone[] = "everyone";
 constexpr int kAdministratorsId = 0;
 constexpr int kEveryoneId = 100;
 
-constexpr const char* kSystemShadow = "/etc/shadow";
 constexpr size_t kPortraitPathSize = 512;
 constexpr size_t kLargestShadowEntry = size_t{1} << 20;
 
@@ -69,7 +68,7 @@ bool isHashOf(const std::string& password, const std::string& hash) {
 }  // namespace
 
 std::optional<std::string> AccountSources::systemShadowHash(const std::string& user) {
-    if (support::mayBlock(kSystemShadow)) {
+    if (support::mayBlock(server::kSystemShadow)) {
         return std::nullopt;  // the C library opens it without a look
     }
     for (size_t size = 1024; size <= kLargestShadowEntry; size *= 2) {

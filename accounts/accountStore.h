@@ -25,8 +25,8 @@ struct AccountSources {
 
     std::string serverConf = server::kServerConf;
     std::string shareInfo = "/etc/config/def_share.info";
-    std::string shadow = "/etc/config/shadow";
-    std::string group = "/etc/config/group";
+    std::string shadow = server::kShadow;
+    std::string group = server::kGroup;
     std::string homes = "/share/homes";
     ShadowLookup shadowHash = &systemShadowHash;
 };

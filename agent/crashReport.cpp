@@ -10,10 +10,10 @@
 
 #include "agent/logSources.h"
 #include "support/handles.h"
+#include "support/serverPaths.h"
 
 namespace {
 
-constexpr const char* kCrashLog = "/var/log/kalloagent.core";
 constexpr mode_t kCrashLogMode = 0600;
 constexpr int kMaxFrames = 256;
 constexpr size_t kCrashLine = 1024;
@@ -33,8 +33,9 @@ void reportLine(int file, const char* line, const char* printedAfter) {
 }
 
 void writeCrashReport(pid_t sender) {
-    const support::Descriptor file(
-        open(kCrashLog, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, kCrashLogMode));
+    const support::Descriptor file(open(server::kCrashReport,
+                                        O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK,
+                                        kCrashLogMode));
     void* frames[kMaxFrames];
     const int count = backtrace(frames, kMaxFrames);
     char** symbols = backtrace_symbols(frames, count);

@@ -6,26 +6,21 @@
 #include <cerrno>
 
 #include "support/directories.h"
+#include "support/serverPaths.h"
 #include "support/wholeFile.h"
 
 namespace handOver {
 namespace {
 
-constexpr const char* kDirectory = "/usr/share/.kallo";
-constexpr const char* kName = "/.kallopw.log";
 constexpr mode_t kDirectoryMode = 0755;
 constexpr mode_t kFileMode = 0600;
-
-std::string path() {
-    return std::string(kDirectory) + kName;
-}
 
 }  // namespace
 
 bool store(std::string_view text) {
-    support::makeDirectories(kDirectory, kDirectoryMode);
-    support::Descriptor file(
-        open(path().c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, kFileMode));
+    support::makeDirectories(server::kHandOverDirectory, kDirectoryMode);
+    support::Descriptor file(open(server::kHandOverFile,
+                                  O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, kFileMode));
     if (!file || text.empty()) {
         return false;
     }
@@ -37,7 +32,7 @@ bool store(std::string_view text) {
 }
 
 std::string load() {
-    return support::readWholeFile(path()).value_or("");
+    return support::readWholeFile(server::kHandOverFile).value_or("");
 }
 
 }  // namespace handOver

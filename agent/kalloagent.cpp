@@ -38,8 +38,6 @@ constexpr int kBacklog = 1;
 constexpr int kEventBatch = 100;
 constexpr std::chrono::milliseconds kAcceptPause{100};
 
-constexpr const char* kPlatformConf = "/etc/platform.conf";
-
 constexpr const char* kInitialize = "int CKalloAgent::initialize()";
 constexpr const char* kExec = "int CKalloAgent::exec()";
 
@@ -128,7 +126,7 @@ void CKalloAgent::readIdentity_() {
         } keys[5];
     } sources[] = {
         {server::kRegistryFile, {{"Torvik", "Version", &m_torvikVersion}}},
-        {kPlatformConf, {{"MISC", "DISPLAY_NAME", &m_displayName}}},
+        {server::kPlatformConf, {{"MISC", "DISPLAY_NAME", &m_displayName}}},
         {server::kServerConf,
          {{"System", "Model", &m_model},
           {"System", "Internal Model", &m_internalModel},

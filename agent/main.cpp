@@ -10,10 +10,9 @@
 #include "agent/logSources.h"
 #include "agent/pidFile.h"
 #include "packages/vexabind.h"
+#include "support/serverPaths.h"
 
 namespace {
-
-constexpr const char* kServicePipe = "/tmp/Torvik.ServicePipe";
 
 void report(const char* text, int line = __builtin_LINE()) {
     support::logLine(support::Colour::error, logSources::here("int main()", line), "%s", text);
@@ -36,7 +35,7 @@ int main() {
     // Lines are seen when they happen, and no forked child holds a copy of an unwritten one.
     setvbuf(stdout, nullptr, _IOLBF, 0);
     CKalloAgent agent;
-    VexaBind serviceBinding(kServicePipe);
+    VexaBind serviceBinding(server::kServicePipe);
     if (anotherInstanceRuns()) {
         report("kalloagent alread exist!!\n");
         exit(0);

@@ -7,22 +7,17 @@
 #include <string>
 
 #include "support/directories.h"
+#include "support/serverPaths.h"
 #include "support/wholeFile.h"
 
 namespace {
 
-constexpr const char* kRunDirectory = "/var/run/kalloagent";
-constexpr const char* kPidFileName = "/kalloagent.pid";
 constexpr const char* kInstanceMarker = "kalloagent";
 constexpr const char* kBlanks = " \t\n\v\f\r";
 constexpr mode_t kRunDirectoryMode = 0755;
 constexpr mode_t kPidFileMode = 0666;
 constexpr int kLockAttempts = 100;
 constexpr useconds_t kLockPause = 10'000;  // microseconds
-
-std::string pidFile() {
-    return std::string(kRunDirectory) + kPidFileName;
-}
 
 /// The first word of a file; empty when there is none.
 std::string firstWord(const std::string& path) {
@@ -49,7 +44,7 @@ bool isAgent(const std::string& pid) {
 /// writing it are one step. Whoever may read the directory may lock it as well, so after a second
 /// the start goes on without.
 support::Descriptor lockRunDirectory() {
-    support::Descriptor directory(open(kRunDirectory, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    support::Descriptor directory(open(server::kRunDirectory, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     for (int i = 0; directory && i < kLockAttempts; ++i) {
         if (flock(directory.get(), LOCK_EX | LOCK_NB) == 0) {
             break;
@@ -61,7 +56,7 @@ support::Descriptor lockRunDirectory() {
 
 void writePidFile() {
     const support::Descriptor file =
-        support::openRegularFile(pidFile().c_str(), O_WRONLY | O_CREAT | O_TRUNC, kPidFileMode);
+        support::openRegularFile(server::kPidFile, O_WRONLY | O_CREAT | O_TRUNC, kPidFileMode);
     if (file) {
         dprintf(file.get(), "%d", getpid());
     }
@@ -70,9 +65,9 @@ void writePidFile() {
 }  // namespace
 
 bool anotherInstanceRuns() {
-    support::makeDirectories(kRunDirectory, kRunDirectoryMode);
+    support::makeDirectories(server::kRunDirectory, kRunDirectoryMode);
     const support::Descriptor lock = lockRunDirectory();
-    const std::string pid = firstWord(pidFile());
+    const std::string pid = firstWord(server::kPidFile);
     if (!pid.empty() && !isOwn(pid) && isAgent(pid)) {
         return true;
     }

@@ -10,11 +10,11 @@
 #include "agent/response.h"
 #include "support/commandRunner.h"
 #include "support/protocol.h"
+#include "support/serverPaths.h"
 #include "support/wholeFile.h"
 
 namespace {
 
-constexpr const char* kWindowTool = "/usr/bin/wmctrl";
 constexpr size_t kWindowLine = 256;
 constexpr size_t kWindowIdText = 128;
 // Opened as a file, which exists on no ordinary system: clients are used to every window being
@@ -54,7 +54,7 @@ unsigned int hexDigit(char digit) {
 
 void getWindowList(std::vector<WindowInfo>& windows) {
     windows.clear();
-    FILE* list = exec_popen("r", kWindowTool, "-lp", nullptr);
+    FILE* list = exec_popen("r", server::kWindowTool, "-lp", nullptr);
     if (list == nullptr) {
         return;
     }

@@ -9,23 +9,23 @@
 #include "client/doctor/check.h"
 #include "companion/request.h"
 #include "support/protocol.h"
+#include "support/serverPaths.h"
 #include "support/wholeFile.h"
 
 namespace client::doctor {
 namespace {
 
-constexpr const char* kPidFile = "/var/run/kalloagent/kalloagent.pid";
-constexpr const char* kServicePipe = "/tmp/Torvik.ServicePipe";
 constexpr const char* kStart = "systemctl restart kalloagent";
 constexpr const char* kProgram = "kalloagent";
 
 Finding examineProcess() {
     const int pid = agentProcess();
     if (pid != 0) {
-        return {kPidFile, Verdict::ok, "process " + std::to_string(pid) + " runs"};
+        return {server::kPidFile, Verdict::ok, "process " + std::to_string(pid) + " runs"};
     }
-    return {kPidFile, Verdict::failed,
-            access(kPidFile, F_OK) == 0 ? "no agent has the number in it" : "is missing: no agent",
+    return {server::kPidFile, Verdict::failed,
+            access(server::kPidFile, F_OK) == 0 ? "no agent has the number in it"
+                                                : "is missing: no agent",
             kStart};
 }
 
@@ -56,7 +56,7 @@ Finding examineKind(const char* path, mode_t kind, const char* name) {
 }  // namespace
 
 int agentProcess() {
-    const std::string number = support::readWholeFile(kPidFile, 16).value_or("");
+    const std::string number = support::readWholeFile(server::kPidFile, 16).value_or("");
     int pid = 0;
     std::from_chars(number.data(), number.data() + number.size(), pid);
     const std::string line =
@@ -66,7 +66,7 @@ int agentProcess() {
 
 Findings checkAgent(const Arguments& arguments) {
     Findings findings = {examineProcess(), examineKind(protocol::kChannelPath, S_IFSOCK, "socket"),
-                         examineKind(kServicePipe, S_IFIFO, "pipe")};
+                         examineKind(server::kServicePipe, S_IFIFO, "pipe")};
     if (findings.front().verdict == Verdict::ok) {
         findings.push_back(
             examineAnswer("port " + std::to_string(arguments.port), connectAgent(arguments)));

@@ -25,12 +25,12 @@ constexpr File kFiles[] = {
     {server::kConfigDirectory, Verdict::failed, "there is no registry", kWritableByOthers, S_IFDIR},
     {server::kRegistryFile, Verdict::failed, "there are no packages", kWritableByOthers},
     {server::kServerConf, Verdict::warning, "apps see no model", kWritableByOthers},
-    {"/etc/platform.conf", Verdict::warning, "apps see no server name", kWritableByOthers},
-    {"/etc/config/shadow", Verdict::failed, "nobody can log in", kForOthers},
-    {"/etc/shadow", Verdict::failed, "nobody can log in", kForOthers & ~mode_t{040}},
-    {"/etc/config/group", Verdict::warning, "nobody is an administrator", kWritableByOthers},
+    {server::kPlatformConf, Verdict::warning, "apps see no server name", kWritableByOthers},
+    {server::kShadow, Verdict::failed, "nobody can log in", kForOthers},
+    {server::kSystemShadow, Verdict::failed, "nobody can log in", kForOthers & ~mode_t{040}},
+    {server::kGroup, Verdict::warning, "nobody is an administrator", kWritableByOthers},
     {"/root/.config/ZELV/KALLO.conf", Verdict::warning, "the agent never ran", kWritableByOthers},
-    {"/usr/share/.kallo/.kallopw.log", Verdict::ok, "nobody has logged in", kForOthers},
+    {server::kHandOverFile, Verdict::ok, "nobody has logged in", kForOthers},
 };
 
 Finding examine(const File& file) {
@@ -63,8 +63,8 @@ Findings checkFiles(const Arguments& /*arguments*/) {
     for (const File& file : kFiles) {
         findings.push_back(examine(file));
     }
-    if (access("/var/log/kalloagent.core", F_OK) == 0) {
-        findings.push_back({"/var/log/kalloagent.core", Verdict::warning, "the agent has crashed",
+    if (access(server::kCrashReport, F_OK) == 0) {
+        findings.push_back({server::kCrashReport, Verdict::warning, "the agent has crashed",
                             "resolve the report as kalloagent(8) tells, then remove it"});
     }
     return findings;

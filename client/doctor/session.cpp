@@ -13,7 +13,6 @@ namespace {
 constexpr const char* kMarkers = "grep -l KALLO /proc/[0-9]*/cmdline";
 constexpr const char* kUserVariable = "NasUser";
 constexpr const char* kTimeLimit = "/usr/bin/timeout";
-constexpr const char* kWindowTool = "/usr/bin/wmctrl";
 
 /// The variable of that name in an environment as in /proc/PID/environ; empty when there is none.
 std::string variable(const std::string& environment, const std::string& name) {
@@ -67,7 +66,7 @@ Findings checkScreen(const Arguments& /*arguments*/) {
                            "HOME=" + agentsVariable("HOME"),
                            display,
                            "XAUTHORITY=" + agentsVariable("XAUTHORITY"),
-                           kWindowTool,
+                           server::kWindowTool,
                            "-lp"};
     std::vector<char*> words;
     for (std::string& text : texts) {

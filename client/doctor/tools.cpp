@@ -27,7 +27,7 @@ std::vector<Tool> tools() {
          kFirmware},
         {server::kWriteTool, {}, "", kFirmware},
         {server::kEnvironmentTool, {}, "", kFirmware},
-        {"/usr/bin/wmctrl", {}, "", "install wmctrl, or no windows are listed", Verdict::warning},
+        {server::kWindowTool, {}, "", "install wmctrl, or no windows are listed", Verdict::warning},
         {"/usr/bin/xprop", {}, "", "install x11-utils, or no window is active", Verdict::warning},
         {"/bin/ps", {"/bin/ps", "aux"}, "PID", "install procps"},
         {"/usr/bin/md5sum", {"/usr/bin/md5sum", "/dev/null"}, "d41d8cd9", kCoreutils},
