@@ -17,6 +17,7 @@
 #include "gate/appConversation.h"
 #include "gate/controlSocket.h"
 #include "gate/log.h"
+#include "gate/web/hostNames.h"
 
 namespace gate {
 namespace {
@@ -63,7 +64,10 @@ class Server final {
           m_door(context, readSettings(options.configFile, options.mayLack)),
           m_acceptor(listenOn(context, m_door.settings.port)),
           m_signals(context, SIGTERM, SIGINT, SIGHUP),
-          m_control(context, options.controlSocket, m_door) {}
+          m_control(context, options.controlSocket, m_door,
+                    {m_devices, m_codes, [](const std::string& code) {
+                         return "https://" + ownHostNames().reachable() + ":9880/#pair=" + code;
+                     }}) {}
 
     void start() {
         // Without either the gate is of no use: it ends, and its supervisor starts it anew.
@@ -97,6 +101,8 @@ class Server final {
     Door m_door;
     tcp::acceptor m_acceptor;
     asio::signal_set m_signals;
+    Devices m_devices;
+    PairingCodes m_codes;
     ControlSocket m_control;
     Connections m_connections;
 };

@@ -8,7 +8,6 @@
 #include <nlohmann/json.hpp>
 
 #include "gate/log.h"
-#include "gate/web/stateFile.h"
 #include "support/base64.h"
 #include "support/utf8.h"
 #include "support/wholeFile.h"
@@ -161,7 +160,7 @@ std::string Devices::defaultName_() const {
 
 std::string Devices::add(const std::string& name) {
     if (m_devices.size() >= kMost) {
-        throw DevicesError("there are " + std::to_string(kMost) + " paired devices; revoke one");
+        throw DevicesError(kTooManyDevices);
     }
     std::string token = newToken();
     m_devices.push_back({newId_(), isName(name) ? name : defaultName_(), hashOf(token),

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "gate/web/stateFile.h"
+
 namespace gate {
 
 struct Device {
@@ -17,6 +19,8 @@ struct Device {
     std::chrono::sys_seconds paired;
     std::chrono::sys_days seen;  ///< the day of its last request, in UTC
 };
+
+inline constexpr const char* kTooManyDevices = "256 devices are paired, revoke one first";
 
 /// The file could not be written, or there are too many devices; what() is a line for people.
 struct DevicesError : std::runtime_error {
@@ -32,7 +36,7 @@ class Devices final {
     /// Reads the file (JSON) at `path`; a missing one is made by the first device. One that cannot
     /// be read or is broken is told of in the log and set aside as `path` with ".broken" behind it,
     /// and nobody is paired then.
-    explicit Devices(std::string path);
+    explicit Devices(std::string path = std::string(kStateDirectory) + "/devices.json");
 
     /// Whether a device may have this name: UTF-8 without control characters, not empty, at most
     /// kLongestName bytes.
