@@ -49,7 +49,7 @@ support::Descriptor connected(const std::string& path) {
 /// The gate's answer to a command, an object.
 Json ask(const ControlOptions& options, const Json& command) {
     const support::Descriptor connection = connected(options.socket);
-    // Bytes that are no UTF-8 are the gate's to refuse.
+    // In the place of a byte that is no UTF-8 stands U+FFFD.
     const std::string line = command.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
     std::string text;
     if (send(connection.get(), line.data(), line.size(), MSG_NOSIGNAL) < 0 ||

@@ -85,8 +85,9 @@ std::vector<Device> devicesOf(const std::string& path) {
     if (!text) {
         throw std::runtime_error(strerror(errno));
     }
+    const Json file = Json::parse(*text);
     std::vector<Device> devices;
-    for (const Json& entry : Json::parse(*text).at("devices")) {
+    for (const Json& entry : file.at("devices")) {
         devices.push_back(deviceOf(entry));
     }
     return devices;
