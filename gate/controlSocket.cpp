@@ -15,6 +15,7 @@
 #include <stdexcept>
 
 #include "gate/deadline.h"
+#include "gate/listener.h"
 #include "gate/log.h"
 
 namespace gate {
@@ -117,19 +118,10 @@ ControlSocket::ControlSocket(asio::io_context& context, const std::string& path,
 }
 
 void ControlSocket::start() {
-    asio::co_spawn(m_context, accept_(), asio::detached);
-}
-
-asio::awaitable<void> ControlSocket::accept_() {
-    while (m_acceptor.is_open()) {
-        auto [error, socket] = co_await m_acceptor.async_accept(kResult);
-        if (error) {
-            asio::steady_timer pause(m_context, std::chrono::milliseconds(100));
-            co_await pause.async_wait(kResult);
-            continue;
-        }
+    const auto take = [this](Socket socket) {
         asio::co_spawn(m_context, serve_(std::move(socket)), asio::detached);
-    }
+    };
+    asio::co_spawn(m_context, acceptAll(m_acceptor, take), asio::detached);
 }
 
 asio::awaitable<void> ControlSocket::serve_(Socket socket) {

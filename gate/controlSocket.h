@@ -47,7 +47,6 @@ class ControlSocket final {
   private:
     using Socket = boost::asio::local::stream_protocol::socket;
 
-    boost::asio::awaitable<void> accept_();
     boost::asio::awaitable<void> serve_(Socket socket);
     std::string answer_(std::string_view line);
 

@@ -5,7 +5,6 @@
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
-#include <boost/asio/ip/v6_only.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <csignal>
@@ -14,8 +13,10 @@
 #include <systemd/sd-daemon.h>
 #endif
 
+#include "gate/admission.h"
 #include "gate/appConversation.h"
 #include "gate/controlSocket.h"
+#include "gate/listener.h"
 #include "gate/log.h"
 #include "gate/web/hostNames.h"
 
@@ -28,29 +29,11 @@ using asio::ip::tcp;
 constexpr auto kResult = asio::as_tuple(asio::use_awaitable);
 /// How long requests in work may take once the gate has been told to end.
 constexpr std::chrono::seconds kEnding{10};
-constexpr std::chrono::milliseconds kPauseWithoutDescriptors{100};
 
 void tellSystemd([[maybe_unused]] const char* state) {
 #ifdef KALLO_SYSTEMD
     sd_notify(0, state);
 #endif
-}
-
-/// Listens on both families, or on IPv4 where the machine has no IPv6.
-tcp::acceptor listenOn(asio::io_context& context, uint16_t port) {
-    tcp::acceptor acceptor(context);
-    boost::system::error_code error;
-    acceptor.open(tcp::v6(), error);
-    const bool isBoth = !error;
-    if (isBoth) {
-        acceptor.set_option(asio::ip::v6_only(false));
-    } else {
-        acceptor.open(tcp::v4());
-    }
-    acceptor.set_option(tcp::acceptor::reuse_address(true));
-    acceptor.bind(tcp::endpoint(isBoth ? tcp::v6() : tcp::v4(), port));
-    acceptor.listen();
-    return acceptor;
 }
 
 /// The connections of the moment. Its conversations may outlive everything else of the server.
@@ -76,7 +59,8 @@ class Server final {
                 std::rethrow_exception(error);
             }
         };
-        asio::co_spawn(m_context, accept_(), fail);
+        const auto take = [this](tcp::socket socket) { take_(std::move(socket)); };
+        asio::co_spawn(m_context, acceptAll(m_acceptor, take), fail);
         asio::co_spawn(m_context, obey_(), fail);
         m_control.start();
         // The status tells of the agent from the start on.
@@ -89,12 +73,11 @@ class Server final {
     }
 
   private:
-    asio::awaitable<void> accept_();
+    void take_(tcp::socket socket);
     asio::awaitable<void> serve_(std::shared_ptr<Connection> connection);
     asio::awaitable<void> obey_();
     asio::awaitable<void> end_();
     void reload_();
-    bool admits_(const Address& address);
 
     asio::io_context& m_context;
     const ServerOptions& m_options;
@@ -104,45 +87,31 @@ class Server final {
     Devices m_devices;
     PairingCodes m_codes;
     ControlSocket m_control;
+    Places<Address> m_places;
     Connections m_connections;
 };
 
-bool Server::admits_(const Address& address) {
-    const auto isHolding = [&](const Network& network) { return network.holds(address); };
-    const auto isSame = [&](const auto& other) { return other->address == address; };
-    if (std::ranges::none_of(m_door.settings.allowed, isHolding)) {
-        m_door.statistics.refuse(Refusal::network);
-    } else if (m_connections.size() >= m_door.settings.connections) {
-        m_door.statistics.refuse(Refusal::connections);
-    } else if (std::ranges::count_if(m_connections, isSame) >=
-               static_cast<ptrdiff_t>(m_door.settings.connectionsOfAnAddress)) {
-        m_door.statistics.refuse(Refusal::address);
-    } else {
-        return true;
+void Server::take_(tcp::socket socket) {
+    boost::system::error_code error;
+    const tcp::endpoint peer = socket.remote_endpoint(error);
+    if (error) {
+        return;
     }
-    return false;
-}
-
-asio::awaitable<void> Server::accept_() {
-    while (m_acceptor.is_open()) {
-        auto [error, socket] = co_await m_acceptor.async_accept(kResult);
-        if (error) {  // descriptors or memory are lacking, or the gate ends
-            asio::steady_timer pause(m_context, kPauseWithoutDescriptors);
-            co_await pause.async_wait(kResult);
-            continue;
-        }
-        const tcp::endpoint peer = socket.remote_endpoint(error);
-        const Address address = plainAddress(peer.address());
-        if (error || !admits_(address)) {
-            continue;
-        }
-        socket.set_option(tcp::no_delay(true), error);
-        const auto connection =
-            std::make_shared<Connection>(Connection{std::move(socket), address});
-        m_connections.insert(connection);
-        m_door.statistics.connections = static_cast<unsigned>(m_connections.size());
-        asio::co_spawn(m_context, serve_(connection), asio::detached);
+    const Address address = plainAddress(peer.address());
+    const Settings& settings = m_door.settings;
+    const auto refusal =
+        refusalOf(address, m_places,
+                  {settings.allowed, settings.connections, settings.connectionsOfAnAddress});
+    if (refusal) {
+        m_door.statistics.refuse(*refusal);
+        return;
     }
+    socket.set_option(tcp::no_delay(true), error);
+    const auto connection = std::make_shared<Connection>(
+        Connection{std::move(socket), address, m_places.take(address)});
+    m_connections.insert(connection);
+    m_door.statistics.connections = m_places.all();
+    asio::co_spawn(m_context, serve_(connection), asio::detached);
 }
 
 asio::awaitable<void> Server::serve_(std::shared_ptr<Connection> connection) {
@@ -152,7 +121,8 @@ asio::awaitable<void> Server::serve_(std::shared_ptr<Connection> connection) {
         logText(std::string("a conversation was given up: ") + error.what());
     }
     m_connections.erase(connection);
-    m_door.statistics.connections = static_cast<unsigned>(m_connections.size());
+    connection->place.reset();
+    m_door.statistics.connections = m_places.all();
 }
 
 asio::awaitable<void> Server::obey_() {
