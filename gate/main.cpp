@@ -8,13 +8,14 @@
 #include "gate/controlClient.h"
 #include "gate/controlSocket.h"
 #include "gate/server.h"
+#include "gate/web/stateFile.h"
 
 namespace {
 
 constexpr const char* kConfigFile = "/etc/kallogate.toml";
 
 struct CommandLine {
-    gate::ServerOptions server{kConfigFile, true, gate::kControlSocket};
+    gate::ServerOptions server{kConfigFile, true, gate::kControlSocket, gate::kStateDirectory};
     bool asJson = false;
     std::string name;
     std::string id;
@@ -31,6 +32,8 @@ void addCommands(CLI::App& app, CommandLine& line) {
         command->add_option("--config", line.server.configFile, "File of settings")
             ->capture_default_str();
     }
+    serve->add_option("--state", line.server.stateDirectory, "Directory of what survives a restart")
+        ->capture_default_str();
     for (CLI::App* const command : {serve, status, pair, devices, revoke}) {
         command
             ->add_option("--control", line.server.controlSocket,

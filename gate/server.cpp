@@ -18,7 +18,7 @@
 #include "gate/controlSocket.h"
 #include "gate/listener.h"
 #include "gate/log.h"
-#include "gate/web/hostNames.h"
+#include "gate/web/webDoor.h"
 
 namespace gate {
 namespace {
@@ -47,10 +47,14 @@ class Server final {
           m_door(context, readSettings(options.configFile, options.mayLack)),
           m_acceptor(listenOn(context, m_door.settings.port)),
           m_signals(context, SIGTERM, SIGINT, SIGHUP),
+          m_devices(options.stateDirectory + "/devices.json"),
           m_control(context, options.controlSocket, m_door,
-                    {m_devices, m_codes, [](const std::string& code) {
-                         return "https://" + ownHostNames().reachable() + ":9880/#pair=" + code;
-                     }}) {}
+                    {m_devices, m_codes,
+                     [this](const std::string& code) { return pairingAddress_(code); }}) {
+        if (m_door.settings.web.isServed) {
+            m_web.emplace(context, m_door, m_devices, m_codes, options.stateDirectory);
+        }
+    }
 
     void start() {
         // Without either the gate is of no use: it ends, and its supervisor starts it anew.
@@ -63,12 +67,19 @@ class Server final {
         asio::co_spawn(m_context, acceptAll(m_acceptor, take), fail);
         asio::co_spawn(m_context, obey_(), fail);
         m_control.start();
+        if (m_web) {
+            m_web->start();
+        }
         // The status tells of the agent from the start on.
         asio::co_spawn(m_context,
                        m_door.queue.refusal(asio::ip::address_v4::loopback(),
                                             protocol::kResultTexts[protocol::invalidCommand]),
                        asio::detached);
-        logText("listening on port " + std::to_string(m_door.settings.port));
+        std::string ports = "listening on port " + std::to_string(m_door.settings.port);
+        if (m_web) {
+            ports += ", for browsers on " + std::to_string(m_door.settings.web.port);
+        }
+        logText(ports);
         tellSystemd("READY=1");
     }
 
@@ -78,6 +89,7 @@ class Server final {
     asio::awaitable<void> obey_();
     asio::awaitable<void> end_();
     void reload_();
+    std::string pairingAddress_(const std::string& code) const;
 
     asio::io_context& m_context;
     const ServerOptions& m_options;
@@ -89,6 +101,7 @@ class Server final {
     ControlSocket m_control;
     Places<Address> m_places;
     Connections m_connections;
+    std::optional<WebDoor> m_web;
 };
 
 void Server::take_(tcp::socket socket) {
@@ -139,20 +152,39 @@ asio::awaitable<void> Server::obey_() {
 void Server::reload_() {
     try {
         Settings read = readSettings(m_options.configFile, m_options.mayLack);
-        if (read.port != m_door.settings.port) {
-            logText("listen.port counts from the next start on");
+        if (read.port != m_door.settings.port || read.web.port != m_door.settings.web.port ||
+            read.web.isServed != m_door.settings.web.isServed) {
+            logText("listen.port, web.port and web.serve count from the next start on");
         }
-        m_door.settings = std::move(read);
+        std::swap(m_door.settings, read);
+        try {
+            if (m_web) {
+                m_web->reload();
+            }
+        } catch (...) {
+            std::swap(m_door.settings, read);
+            throw;
+        }
         logText("settings read again");
-    } catch (const SettingsError& error) {
+    } catch (const std::runtime_error& error) {
         logText(std::string(error.what()) + "; the settings in force stay");
     }
+}
+
+std::string Server::pairingAddress_(const std::string& code) const {
+    if (!m_web) {
+        throw std::runtime_error("the door for browsers is closed: web.serve is false");
+    }
+    return m_web->pairingAddress(code);
 }
 
 asio::awaitable<void> Server::end_() {
     tellSystemd("STOPPING=1");
     boost::system::error_code ignored;
     m_acceptor.close(ignored);
+    if (m_web) {
+        m_web->end();
+    }
     for (const auto& connection : m_connections) {
         if (connection->isAsking) {
             connection->socket.close(ignored);
@@ -160,7 +192,8 @@ asio::awaitable<void> Server::end_() {
     }
     const auto end = std::chrono::steady_clock::now() + kEnding;
     asio::steady_timer tick(m_context);
-    while (!m_connections.empty() && std::chrono::steady_clock::now() < end) {
+    while ((!m_connections.empty() || (m_web && !m_web->isIdle())) &&
+           std::chrono::steady_clock::now() < end) {
         tick.expires_after(std::chrono::milliseconds(20));
         co_await tick.async_wait(kResult);
     }
