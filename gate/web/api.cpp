@@ -104,7 +104,7 @@ std::variant<Api::Admitted, Problem> Api::admit(const Request& request, const Si
     return Admitted{std::get<Call>(call), device == nullptr ? "" : device->id};
 }
 
-asio::awaitable<Response> Api::answer(Address client, const Admitted& admitted) {
+asio::awaitable<Response> Api::answer(const Address& client, const Admitted& admitted) {
     const Call& call = admitted.call;
     switch (call.kind) {
         case Call::Kind::pair:

@@ -74,7 +74,7 @@ Watcher::Watcher(asio::io_context& context, Door& door)
     : m_context(context), m_door(door), m_pause(context) {}
 
 std::shared_ptr<Subscription> Watcher::subscribe() {
-    const auto subscription = std::make_shared<Subscription>(m_context.get_executor());
+    auto subscription = std::make_shared<Subscription>(m_context.get_executor());
     m_watching.push_back(subscription);
     if (m_isKnown) {
         subscription->add(eventText("state", stateAsJson()));
@@ -213,7 +213,7 @@ std::string Watcher::openedBy_(const std::string& title) {
     if (launch == m_launches.end()) {
         launch = m_launches.begin();
     }
-    const std::string package = launch->package;
+    std::string package = launch->package;
     m_launches.erase(launch);
     return package;
 }
