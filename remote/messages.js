@@ -5,11 +5,16 @@ const kShown = 6000;  // milliseconds
 const byId = (id) => document.getElementById(id);
 let hiding = 0;
 
-// Shows WORDS at the foot of the page for a moment; for good until the next one if STAYS.
-export function notice(words, stays = false) {
+// Shows WORDS at the foot of the page for a moment.
+export function notice(words) {
   clearTimeout(hiding);
   byId('notice').textContent = words;
-  if (!stays) hiding = setTimeout(() => { byId('notice').textContent = ''; }, kShown);
+  if (words) hiding = setTimeout(notice, kShown, '');
+}
+
+// Takes a notice back that is not true any more.
+export function takeBack(words) {
+  if (byId('notice').textContent === words) notice('');
 }
 
 export function announce(words) {
