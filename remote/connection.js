@@ -31,7 +31,7 @@ export class Connection {
     this.#handlers = handlers;
     document.addEventListener('visibilitychange', () => this.#visibilityChanged());
     document.addEventListener('freeze', () => this.#rest());
-    document.addEventListener('resume', () => this.#visibilityChanged());
+    document.addEventListener('resume', () => this.#resumed());
     addEventListener('pagehide', () => this.#rest());
     addEventListener('pageshow', (event) => event.persisted && this.#visibilityChanged());
     addEventListener('online', () => this.#phase === 'lost' && this.#open());
@@ -74,6 +74,13 @@ export class Connection {
     if (!fresh || this.#phase === 'lost') this.start();
   }
 
+  // Mostly just before the page is shown again: it reads already, for as long as any hidden page.
+  #resumed() {
+    if (!this.#running) return;
+    this.start();
+    this.#visibilityChanged();
+  }
+
   #setPhase(phase) {
     if (phase === 'live' || phase === 'agent-down') this.#lost.clear();
     if (phase === this.#phase) return;
@@ -95,6 +102,7 @@ export class Connection {
     this.#close();
     const source = new EventSource(kEvents);
     this.#source = source;
+    this.#lastHeard = Date.now();
     this.#silence.set(kFirstEvent);
     source.onerror = () => source === this.#source && this.#ended();
     const listen = (name, act) => source.addEventListener(name, (event) => {
