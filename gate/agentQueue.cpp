@@ -118,6 +118,7 @@ asio::awaitable<void> AgentQueue::work_() {
     while (!m_turns.empty()) {
         const JobPtr job = next_();
         AgentReply reply;
+        m_isAtSlowCommand = job->command != nullptr && job->command->isSlow;
         try {
             reply = co_await converse_(*job);
             if (reply.kind == Kind::answered && isStatus(job->command)) {
@@ -128,6 +129,7 @@ asio::awaitable<void> AgentQueue::work_() {
         } catch (const std::exception&) {  // memory is lacking: the others have to be served
             reply.kind = Kind::failed;
         }
+        m_isAtSlowCommand = false;
         finish_(job, std::move(reply));
     }
     m_isWorking = false;

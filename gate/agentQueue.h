@@ -24,6 +24,7 @@ struct Answer {
     AgentReply reply;
     std::chrono::steady_clock::duration queued{};
     std::chrono::steady_clock::duration atAgent{};
+    bool isLimited = false;  ///< a log-in that was not tried: too many have failed
 };
 
 /// Belongs to the thread of its io_context.
@@ -48,6 +49,8 @@ class AgentQueue final {
     size_t waiting() const noexcept { return m_waiting; }
     bool isAgentUp() const noexcept { return m_isUp; }
     Time agentSince() const noexcept { return m_since; }
+    /// The agent is at a command that may stop packages before it answers.
+    bool isAtSlowCommand() const noexcept { return m_isAtSlowCommand; }
     uint64_t conversations() const noexcept { return m_conversations; }
 
   private:
@@ -84,6 +87,7 @@ class AgentQueue final {
     uint64_t m_conversations = 0;
     bool m_isWorking = false;
     bool m_isUp = false;
+    bool m_isAtSlowCommand = false;
     Time m_since = std::chrono::steady_clock::now();
 };
 

@@ -1,6 +1,5 @@
 #include "gate/appConversation.h"
 
-#include <algorithm>
 #include <array>
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/use_awaitable.hpp>
@@ -8,7 +7,6 @@
 
 #include "companion/announcement.h"
 #include "gate/deadline.h"
-#include "gate/log.h"
 #include "gate/requestCheck.h"
 #include "support/protocol.h"
 
@@ -46,66 +44,6 @@ asio::awaitable<std::string> readRequest(tcp::socket& socket, seconds limit) {
         }
     }
     co_return std::string(buffer.data(), length);
-}
-
-/// The result that a document of the agent tells, one of the fixed texts; the number of bytes of
-/// what tells none.
-std::string resultIn(const std::string& payload) {
-    static const std::string kStart = std::string("<") + protocol::kResultElement + ">";
-    constexpr const char* kLayout = " \t\r\n";
-    const size_t element = payload.find(kStart);
-    const size_t text = element == std::string::npos
-                            ? element
-                            : payload.find_first_not_of(kLayout, element + kStart.size());
-    if (text != std::string::npos) {
-        std::string found = payload.substr(text, payload.find_first_of(" \t\r\n<", text) - text);
-        if (std::ranges::count(protocol::kResultTexts, found) > 0 || found == protocol::kFail ||
-            found == protocol::kLoginSuccess || found == protocol::kLoginFail) {
-            return found;
-        }
-    }
-    return std::to_string(payload.size()) + " bytes";
-}
-
-/// Asks for a log-in, as often as may be.
-asio::awaitable<Answer> logIn(Door& door, Address client, const CheckedRequest& request) {
-    door.logins.limit(door.settings.failuresOfAnAddress, door.settings.failuresOfAll);
-    if (!door.logins.admit(client, steady_clock::now())) {
-        door.statistics.refuse(Refusal::logins);
-        Answer refused;
-        refused.reply = co_await door.queue.refusal(client, protocol::kLoginFail);
-        co_return refused;
-    }
-    Answer answer = co_await door.queue.ask(client, request.text, request.command);
-    const std::string result = resultIn(answer.reply.text());
-    if (result == protocol::kLoginSuccess) {
-        door.logins.succeeded(client);
-    } else if (result != protocol::kLoginFail) {
-        door.logins.takeBack(client);
-    }
-    co_return answer;
-}
-
-asio::awaitable<Answer> answerTo(Door& door, Address client, const CheckedRequest& request) {
-    Answer answer;
-    switch (request.verdict) {
-        case CheckedRequest::Verdict::sound:
-            if (request.command->isLogin()) {
-                co_return co_await logIn(door, client, request);
-            }
-            co_return co_await door.queue.ask(client, request.text, request.command);
-        case CheckedRequest::Verdict::refused:
-            answer.reply = co_await door.queue.refusal(client, request.result);
-            break;
-        case CheckedRequest::Verdict::noIcon:
-            answer.reply.kind = Kind::answered;
-            break;
-        case CheckedRequest::Verdict::silent:
-            answer.reply.kind = Kind::silent;
-            break;
-    }
-    door.statistics.refuse(Refusal::unsound);
-    co_return answer;
 }
 
 /// What came behind the request is no go-ahead: many apps end it with a line feed of its own. Read
@@ -171,23 +109,13 @@ asio::awaitable<void> converse(Door& door, Connection& connection) {
     }
     const auto start = steady_clock::now();
     const CheckedRequest request = checkRequest(bytes);
-    const Answer answer = co_await answerTo(door, connection.address, request);
+    const Answer answer = co_await door.answer(connection.address, request);
     bool isTaken = answer.reply.kind == Kind::silent;
     if (answer.reply.kind == Kind::answered) {
         const seconds silence(door.settings.silenceSeconds);
         isTaken = co_await give(connection.socket, answer.reply.text(), silence);
-        ++door.statistics.answered;
-    } else if (answer.reply.kind != Kind::silent) {
-        door.statistics.refuse(Refusal::agent);
     }
-    const auto total = steady_clock::now() - start;
-    door.statistics.queued.add(answer.queued);
-    door.statistics.atAgent.add(answer.atAgent);
-    door.statistics.total.add(total);
-    const bool isAnswered = answer.reply.kind == Kind::answered;
-    logRequest({connection.address, request.command == nullptr ? "?" : request.command->name,
-                isAnswered ? resultIn(answer.reply.text()) : "no answer", isTaken, answer.queued,
-                answer.atAgent, total});
+    door.record(connection.address, request, answer, start, isTaken);
     co_await close(connection.socket);
 }
 

@@ -4,28 +4,16 @@
 #include <boost/asio/awaitable.hpp>
 #include <boost/asio/ip/tcp.hpp>
 
-#include "gate/agentQueue.h"
-#include "gate/loginGuard.h"
-#include "gate/settings.h"
-#include "gate/statistics.h"
+#include "gate/door.h"
+#include "gate/places.h"
 
 namespace gate {
-
-/// What all conversations share; belongs to one thread.
-struct Door {
-    Door(boost::asio::io_context& context, const Settings& initial)
-        : settings(initial), queue(context, settings) {}
-
-    Settings settings;  ///< may change between any two steps of a conversation
-    AgentQueue queue;
-    LoginGuard logins;
-    Statistics statistics{};
-};
 
 /// A connection that the server holds.
 struct Connection {
     boost::asio::ip::tcp::socket socket;
     Address address;
+    std::unique_ptr<Places<Address>::Place> place;
     bool isAsking = true;  ///< its request is not whole yet
 };
 

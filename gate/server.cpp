@@ -5,7 +5,6 @@
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
-#include <boost/asio/ip/v6_only.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <csignal>
@@ -14,9 +13,12 @@
 #include <systemd/sd-daemon.h>
 #endif
 
+#include "gate/admission.h"
 #include "gate/appConversation.h"
 #include "gate/controlSocket.h"
+#include "gate/listener.h"
 #include "gate/log.h"
+#include "gate/web/webDoor.h"
 
 namespace gate {
 namespace {
@@ -27,29 +29,11 @@ using asio::ip::tcp;
 constexpr auto kResult = asio::as_tuple(asio::use_awaitable);
 /// How long requests in work may take once the gate has been told to end.
 constexpr std::chrono::seconds kEnding{10};
-constexpr std::chrono::milliseconds kPauseWithoutDescriptors{100};
 
 void tellSystemd([[maybe_unused]] const char* state) {
 #ifdef KALLO_SYSTEMD
     sd_notify(0, state);
 #endif
-}
-
-/// Listens on both families, or on IPv4 where the machine has no IPv6.
-tcp::acceptor listenOn(asio::io_context& context, uint16_t port) {
-    tcp::acceptor acceptor(context);
-    boost::system::error_code error;
-    acceptor.open(tcp::v6(), error);
-    const bool isBoth = !error;
-    if (isBoth) {
-        acceptor.set_option(asio::ip::v6_only(false));
-    } else {
-        acceptor.open(tcp::v4());
-    }
-    acceptor.set_option(tcp::acceptor::reuse_address(true));
-    acceptor.bind(tcp::endpoint(isBoth ? tcp::v6() : tcp::v4(), port));
-    acceptor.listen();
-    return acceptor;
 }
 
 /// The connections of the moment. Its conversations may outlive everything else of the server.
@@ -63,7 +47,14 @@ class Server final {
           m_door(context, readSettings(options.configFile, options.mayLack)),
           m_acceptor(listenOn(context, m_door.settings.port)),
           m_signals(context, SIGTERM, SIGINT, SIGHUP),
-          m_control(context, options.controlSocket, m_door) {}
+          m_devices(options.stateDirectory + "/devices.json"),
+          m_control(context, options.controlSocket, m_door,
+                    {m_devices, m_codes,
+                     [this](const std::string& code) { return pairingAddress_(code); }}) {
+        if (m_door.settings.web.isServed) {
+            m_web.emplace(context, m_door, m_devices, m_codes, options.stateDirectory);
+        }
+    }
 
     void start() {
         // Without either the gate is of no use: it ends, and its supervisor starts it anew.
@@ -72,71 +63,68 @@ class Server final {
                 std::rethrow_exception(error);
             }
         };
-        asio::co_spawn(m_context, accept_(), fail);
+        const auto take = [this](tcp::socket socket) { take_(std::move(socket)); };
+        asio::co_spawn(m_context, acceptAll(m_acceptor, take), fail);
         asio::co_spawn(m_context, obey_(), fail);
         m_control.start();
+        if (m_web) {
+            m_web->start();
+        }
         // The status tells of the agent from the start on.
         asio::co_spawn(m_context,
                        m_door.queue.refusal(asio::ip::address_v4::loopback(),
                                             protocol::kResultTexts[protocol::invalidCommand]),
                        asio::detached);
-        logText("listening on port " + std::to_string(m_door.settings.port));
+        std::string ports = "listening on port " + std::to_string(m_door.settings.port);
+        if (m_web) {
+            ports += ", for browsers on " + std::to_string(m_door.settings.web.port);
+        }
+        logText(ports);
         tellSystemd("READY=1");
     }
 
   private:
-    asio::awaitable<void> accept_();
+    void take_(tcp::socket socket);
     asio::awaitable<void> serve_(std::shared_ptr<Connection> connection);
     asio::awaitable<void> obey_();
     asio::awaitable<void> end_();
     void reload_();
-    bool admits_(const Address& address);
+    std::string pairingAddress_(const std::string& code) const;
 
     asio::io_context& m_context;
     const ServerOptions& m_options;
     Door m_door;
     tcp::acceptor m_acceptor;
     asio::signal_set m_signals;
+    Devices m_devices;
+    PairingCodes m_codes;
     ControlSocket m_control;
+    Places<Address> m_places;
     Connections m_connections;
+    std::optional<WebDoor> m_web;
 };
 
-bool Server::admits_(const Address& address) {
-    const auto isHolding = [&](const Network& network) { return network.holds(address); };
-    const auto isSame = [&](const auto& other) { return other->address == address; };
-    if (std::ranges::none_of(m_door.settings.allowed, isHolding)) {
-        m_door.statistics.refuse(Refusal::network);
-    } else if (m_connections.size() >= m_door.settings.connections) {
-        m_door.statistics.refuse(Refusal::connections);
-    } else if (std::ranges::count_if(m_connections, isSame) >=
-               static_cast<ptrdiff_t>(m_door.settings.connectionsOfAnAddress)) {
-        m_door.statistics.refuse(Refusal::address);
-    } else {
-        return true;
+void Server::take_(tcp::socket socket) {
+    boost::system::error_code error;
+    const tcp::endpoint peer = socket.remote_endpoint(error);
+    if (error) {
+        return;
     }
-    return false;
-}
-
-asio::awaitable<void> Server::accept_() {
-    while (m_acceptor.is_open()) {
-        auto [error, socket] = co_await m_acceptor.async_accept(kResult);
-        if (error) {  // descriptors or memory are lacking, or the gate ends
-            asio::steady_timer pause(m_context, kPauseWithoutDescriptors);
-            co_await pause.async_wait(kResult);
-            continue;
-        }
-        const tcp::endpoint peer = socket.remote_endpoint(error);
-        const Address address = plainAddress(peer.address());
-        if (error || !admits_(address)) {
-            continue;
-        }
-        socket.set_option(tcp::no_delay(true), error);
-        const auto connection =
-            std::make_shared<Connection>(Connection{std::move(socket), address});
-        m_connections.insert(connection);
-        m_door.statistics.connections = static_cast<unsigned>(m_connections.size());
-        asio::co_spawn(m_context, serve_(connection), asio::detached);
+    const Address address = plainAddress(peer.address());
+    const Settings& settings = m_door.settings;
+    const auto refusal =
+        refusalOf(address, m_places,
+                  {settings.allowed, settings.connections, settings.connectionsOfAnAddress});
+    if (refusal) {
+        m_door.statistics.refuse(*refusal);
+        return;
     }
+    socket.set_option(tcp::no_delay(true), error);
+    const auto connection = std::make_shared<Connection>(
+        Connection{std::move(socket), address, m_places.take(address)});
+    m_connections.insert(connection);
+    m_door.statistics.connections = m_places.all();
+    asio::co_spawn(m_context, serve_(connection), asio::detached);
 }
 
 asio::awaitable<void> Server::serve_(std::shared_ptr<Connection> connection) {
@@ -146,7 +134,8 @@ asio::awaitable<void> Server::serve_(std::shared_ptr<Connection> connection) {
         logText(std::string("a conversation was given up: ") + error.what());
     }
     m_connections.erase(connection);
-    m_door.statistics.connections = static_cast<unsigned>(m_connections.size());
+    connection->place.reset();
+    m_door.statistics.connections = m_places.all();
 }
 
 asio::awaitable<void> Server::obey_() {
@@ -163,20 +152,39 @@ asio::awaitable<void> Server::obey_() {
 void Server::reload_() {
     try {
         Settings read = readSettings(m_options.configFile, m_options.mayLack);
-        if (read.port != m_door.settings.port) {
-            logText("listen.port counts from the next start on");
+        if (read.port != m_door.settings.port || read.web.port != m_door.settings.web.port ||
+            read.web.isServed != m_door.settings.web.isServed) {
+            logText("listen.port, web.port and web.serve count from the next start on");
         }
-        m_door.settings = std::move(read);
+        std::swap(m_door.settings, read);
+        try {
+            if (m_web) {
+                m_web->reload();
+            }
+        } catch (...) {
+            std::swap(m_door.settings, read);
+            throw;
+        }
         logText("settings read again");
-    } catch (const SettingsError& error) {
+    } catch (const std::runtime_error& error) {
         logText(std::string(error.what()) + "; the settings in force stay");
     }
+}
+
+std::string Server::pairingAddress_(const std::string& code) const {
+    if (!m_web) {
+        throw std::runtime_error("the door for browsers is closed: web.serve is false");
+    }
+    return m_web->pairingAddress(code);
 }
 
 asio::awaitable<void> Server::end_() {
     tellSystemd("STOPPING=1");
     boost::system::error_code ignored;
     m_acceptor.close(ignored);
+    if (m_web) {
+        m_web->end();
+    }
     for (const auto& connection : m_connections) {
         if (connection->isAsking) {
             connection->socket.close(ignored);
@@ -184,7 +192,8 @@ asio::awaitable<void> Server::end_() {
     }
     const auto end = std::chrono::steady_clock::now() + kEnding;
     asio::steady_timer tick(m_context);
-    while (!m_connections.empty() && std::chrono::steady_clock::now() < end) {
+    while ((!m_connections.empty() || (m_web && !m_web->isIdle())) &&
+           std::chrono::steady_clock::now() < end) {
         tick.expires_after(std::chrono::milliseconds(20));
         co_await tick.async_wait(kResult);
     }

@@ -12,10 +12,12 @@ struct ServerOptions {
     std::string configFile;
     bool mayLack;  ///< no file is a file without keys
     std::string controlSocket;
+    std::string stateDirectory;  ///< what has to survive a restart
 };
 
 /// Serves until SIGTERM or SIGINT; SIGHUP reads the file again. Returns the exit status of the
-/// process. Throws SettingsError for the file, boost::system::system_error when the port is taken.
+/// process. Throws SettingsError for the file, std::runtime_error when a port is
+/// taken or the certificate cannot be had.
 int serve(const ServerOptions& options);
 
 }  // namespace gate

@@ -2,6 +2,7 @@
 
 #include <toml++/toml.h>
 
+#include <algorithm>
 #include <functional>
 #include <limits>
 
@@ -19,9 +20,10 @@ struct Key {
     std::function<std::string(Settings&, const toml::node&)> take;
 };
 
-template <typename Number>
-Key number(const char* table, const char* name, Number Settings::*member, Number least) {
-    return {table, name, [member, least](Settings& settings, const toml::node& node) {
+/// `place` gives the variable that a key sets.
+template <typename Place, typename Number>
+Key number(const char* table, const char* name, Place place, Number least) {
+    return {table, name, [place, least](Settings& settings, const toml::node& node) {
                 const int64_t most =
                     std::min<int64_t>(std::numeric_limits<Number>::max(), 1'000'000);
                 const auto value = node.value_exact<int64_t>();
@@ -29,9 +31,31 @@ Key number(const char* table, const char* name, Number Settings::*member, Number
                     return "a whole number from " + std::to_string(least) + " to " +
                            std::to_string(most);
                 }
-                settings.*member = static_cast<Number>(*value);
+                std::invoke(place, settings) = static_cast<Number>(*value);
                 return std::string();
             }};
+}
+
+template <typename Value>
+Key webValue(const char* name, Value Settings::Web::*member, const char* wanted) {
+    return {"web", name, [member, wanted](Settings& settings, const toml::node& node) {
+                const auto value = node.value_exact<Value>();
+                if (value) {
+                    settings.web.*member = *value;
+                }
+                return std::string(value ? "" : wanted);
+            }};
+}
+
+std::string takeNames(Settings& settings, const toml::node& node) {
+    const toml::array* const list = node.as_array();
+    settings.web.names.clear();
+    for (size_t number = 0; list != nullptr && number < list->size(); ++number) {
+        settings.web.names.push_back(list->get(number)->value_or(std::string()));
+    }
+    return list != nullptr && std::ranges::count(settings.web.names, "") == 0
+               ? ""
+               : "a list of host names, such as [\"tv.home.example\"]";
 }
 
 std::string takeAgentAddress(Settings& settings, const toml::node& node) {
@@ -65,6 +89,13 @@ std::string takeAllowed(Settings& settings, const toml::node& node) {
 const std::vector<Key>& keys() {
     constexpr unsigned kOne = 1;
     constexpr uint16_t kFirstPort = 1;
+    constexpr const char* kSwitch = "true or false";
+    constexpr const char* kFile = "the path of a file, in quotes";
+    const auto ofWeb = [](auto member) {
+        return [member](Settings & settings) -> auto& {
+            return settings.web.*member;
+        };
+    };
     static const std::vector<Key> kKeys = {
         number("listen", "port", &Settings::port, kFirstPort),
         {"listen", "allowed", takeAllowed},
@@ -78,6 +109,16 @@ const std::vector<Key>& keys() {
         number("seconds", "agent", &Settings::agentSeconds, kOne),
         number("seconds", "slow", &Settings::slowSeconds, kOne),
         number("seconds", "silence", &Settings::silenceSeconds, kOne),
+        webValue("serve", &Settings::Web::isServed, kSwitch),
+        number("web", "port", ofWeb(&Settings::Web::port), kFirstPort),
+        webValue("plain", &Settings::Web::isPlain, kSwitch),
+        webValue("certificate", &Settings::Web::certificate, kFile),
+        webValue("key", &Settings::Web::key, kFile),
+        {"web", "names", takeNames},
+        webValue("strict", &Settings::Web::isStrict, kSwitch),
+        number("web", "connections", ofWeb(&Settings::Web::connections), kOne),
+        number("web", "connections_of_an_address", ofWeb(&Settings::Web::connectionsOfAnAddress),
+               kOne),
     };
     return kKeys;
 }
@@ -123,6 +164,9 @@ Settings readSettings(const std::string& path, bool mayLack) {
         }
     } catch (const toml::parse_error& error) {
         refuse(path, error.source().begin.line, std::string(error.description()));
+    }
+    if (settings.web.certificate.empty() != settings.web.key.empty()) {
+        throw SettingsError(path + ": web.certificate and web.key belong together");
     }
     return settings;
 }

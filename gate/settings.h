@@ -26,6 +26,20 @@ struct Settings {
     unsigned agentSeconds = 10;    ///< for a conversation with the agent
     unsigned slowSeconds = 60;     ///< for one that may stop packages
     unsigned silenceSeconds = 30;  ///< of a client, without progress
+
+    /// The door for browsers.
+    struct Web {
+        bool isServed = true;
+        uint16_t port = 9880;
+        bool isPlain = false;                  ///< HTTP without TLS, behind a proxy that has it
+        std::string certificate;               ///< PEM file; empty: one that the gate makes
+        std::string key;                       ///< PEM file
+        std::vector<std::string> names{};      ///< of the server, besides those that it has itself
+        bool isStrict = false;                 ///< tells browsers never to come without TLS again
+        unsigned connections = 1200;           ///< at once
+        unsigned connectionsOfAnAddress = 16;  ///< at once
+    };
+    Web web{};
 };
 
 /// A file that is not taken; what() is a line for people: file, line and reason.

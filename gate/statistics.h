@@ -10,11 +10,11 @@
 namespace gate {
 
 /// Why a connection or a request came to nothing, in the order of kRefusalNames.
-enum class Refusal { network, connections, address, silence, unsound, logins, agent };
-inline constexpr std::array<const char*, 7> kRefusalNames = {
+enum class Refusal { network, connections, address, silence, unsound, logins, agent, browser };
+inline constexpr std::array<const char*, 8> kRefusalNames = {
     "foreign_network", "too_many_connections", "too_many_of_an_address",
     "no_request",      "unsound_request",      "too_many_logins",
-    "agent_gone"};
+    "agent_gone",      "browser_request"};
 
 /// The last durations of one kind.
 class Durations final {
