@@ -30,7 +30,7 @@ class OpenElements {
     }
     /// Opens the child that was added last: it is the innermost element now.
     void open(Record& child) { m_innermost = &child; }
-    void addText(const Text& text) {
+    void addText(Text text) {
         keepComment_();
         append(*m_innermost, m_innermost->texts, m_innermost->textCount, ItemKind::text, text);
     }

@@ -164,9 +164,10 @@ inline void enterLast(Record& record, int32_t& count, ItemKind kind) {
     ++count;
 }
 
-/// Adds a text or clear section behind all other content.
+/// Adds a text or clear section behind all other content. A text comes by value, in registers: to
+/// read one back whole whose members have just been written one by one makes the processor wait.
 template <typename Value>
-void append(Record& record, Value*& array, int32_t& count, ItemKind kind, const Value& value) {
+void append(Record& record, Value*& array, int32_t& count, ItemKind kind, Value value) {
     makeOrderRoom(record, count);
     makeRoom(*record.document, array, count);
     array[count] = value;
