@@ -48,6 +48,7 @@ export class Connection {
     this.#setPhase('quiet');
     this.#lost.set(kSilence);
     this.#open();
+    this.#watchHidden();
   }
 
   stop() {
@@ -65,20 +66,20 @@ export class Connection {
   // A phone may suspend a page without a word, so the clock decides whether the stream still lives.
   #visibilityChanged() {
     if (!this.#running) return;
-    if (document.visibilityState === 'hidden') {
-      this.#hidden.set(kHidden);
-      return;
-    }
-    this.#hidden.clear();
+    this.#watchHidden();
+    if (document.visibilityState === 'hidden') return;
     const fresh = this.#source && Date.now() - this.#lastHeard < kSilence;
     if (!fresh || this.#phase === 'lost') this.start();
   }
 
-  // Mostly just before the page is shown again: it reads already, for as long as any hidden page.
+  // A browser thaws a page mostly just before it shows it: reading begins already.
   #resumed() {
-    if (!this.#running) return;
-    this.start();
-    this.#visibilityChanged();
+    if (this.#running) this.start();
+  }
+
+  #watchHidden() {
+    if (document.visibilityState !== 'hidden') this.#hidden.clear();
+    else if (!this.#hidden.pending) this.#hidden.set(kHidden);
   }
 
   #setPhase(phase) {
@@ -194,7 +195,14 @@ class Alarm {
   #due = 0;
 
   constructor(ring) {
-    this.#ring = ring;
+    this.#ring = () => {
+      this.#id = 0;
+      ring();
+    };
+  }
+
+  get pending() {
+    return this.#id !== 0;
   }
 
   get late() {
@@ -209,5 +217,6 @@ class Alarm {
 
   clear() {
     clearTimeout(this.#id);
+    this.#id = 0;
   }
 }

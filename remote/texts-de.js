@@ -41,7 +41,7 @@ export default {
   stopAll: 'Alles beenden',
   askStopAll: 'Alles beenden?',
   askStopAllText: 'Alles, was auf dem Fernseher läuft, wird geschlossen.',
-  stopping: 'Wird beendet …',
+  stopping: 'Beende alles …',
   stopped: 'Alles ist beendet.',
 
   packages: 'Pakete',
