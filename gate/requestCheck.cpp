@@ -32,7 +32,7 @@ constexpr Command kCommands[] = {
     {.name = kLogin2, .values = Values::plain, .unsound = Unsound::loginFail},
     {.name = kLogout},
     // The agent refuses it whatever its value is.
-    {.name = kSetAutoLogin, .values = Values::anything},
+    {.name = kSetAutoLogin, .values = Values::anything, .isShared = true},
     {.name = kGetKalloSetting, .isShared = true},
 };
 

@@ -9,6 +9,7 @@
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <csignal>
+#include <stdexcept>
 #include <unordered_set>
 #ifdef KALLO_SYSTEMD
 #include <systemd/sd-daemon.h>
@@ -35,7 +36,8 @@ void tellSystemd([[maybe_unused]] const char* state) {
 #endif
 }
 
-/// Listens on both families, or on IPv4 where the machine has no IPv6.
+/// Listens on both families, or on IPv4 where the machine has no IPv6. Throws std::runtime_error
+/// with a line for people when the port is not to be had.
 tcp::acceptor listenOn(asio::io_context& context, uint16_t port) {
     tcp::acceptor acceptor(context);
     boost::system::error_code error;
@@ -47,8 +49,13 @@ tcp::acceptor listenOn(asio::io_context& context, uint16_t port) {
         acceptor.open(tcp::v4());
     }
     acceptor.set_option(tcp::acceptor::reuse_address(true));
-    acceptor.bind(tcp::endpoint(isBoth ? tcp::v6() : tcp::v4(), port));
-    acceptor.listen();
+    acceptor.bind(tcp::endpoint(isBoth ? tcp::v6() : tcp::v4(), port), error);
+    if (!error) {
+        acceptor.listen(tcp::acceptor::max_listen_connections, error);
+    }
+    if (error) {
+        throw std::runtime_error("port " + std::to_string(port) + ": " + error.message());
+    }
     return acceptor;
 }
 

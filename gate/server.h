@@ -15,7 +15,7 @@ struct ServerOptions {
 };
 
 /// Serves until SIGTERM or SIGINT; SIGHUP reads the file again. Returns the exit status of the
-/// process. Throws SettingsError for the file, boost::system::system_error when the port is taken.
+/// process. Throws SettingsError for the file, std::runtime_error when the port is taken.
 int serve(const ServerOptions& options);
 
 }  // namespace gate
