@@ -146,7 +146,7 @@ def load(port, clients, requests, programs):
 
 
 def judge(title, value, goal, reached):
-    print(f"{title}: {value:.2f}, goal {goal}: {'reached' if reached else 'MISSED'}")
+    print(f"{title}: {value:.3f}, goal {goal}: {'reached' if reached else 'MISSED'}")
 
 
 def compare(direct, seconds, through, seconds_through):
