@@ -112,6 +112,9 @@ void printDevices(const ControlOptions& options) {
     if (isPrinted(options, answer)) {
         return;
     }
+    if (answer.at("devices").empty()) {
+        std::cout << "no phone is paired\n";
+    }
     for (const Json& device : answer.at("devices")) {
         std::cout << device.at("id").get<std::string>() << "  paired "
                   << device.at("paired").get<std::string>().substr(0, 10) << "  seen "

@@ -152,7 +152,7 @@ std::string Devices::newId_() const {
 
 std::string Devices::defaultName_() const {
     for (size_t number = 1;; ++number) {
-        const std::string name = "phone " + std::to_string(number);
+        std::string name = "phone " + std::to_string(number);
         if (std::ranges::find(m_devices, name, &Device::name) == m_devices.end()) {
             return name;
         }

@@ -68,7 +68,8 @@ std::vector<std::string> ownAddresses() {
     }
     add(addresses, "127.0.0.1");
     add(addresses, "::1");
-    std::ranges::stable_partition(addresses, [](const auto& text) { return !isIpv6(text); });
+    std::stable_partition(addresses.begin(), addresses.end(),
+                          [](const std::string& text) { return !isIpv6(text); });
     return addresses;
 }
 

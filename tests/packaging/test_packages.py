@@ -121,7 +121,7 @@ def test_nothing_tells_where_it_was_built(tree):
     ("kalloctl", ["libssl3", "libstdc++6"], "-cross|procps"),
     ("kalloagent-dbgsym", ["kalloagent (= "], "libc6"),
     ("kalloctl-dbgsym", ["kalloctl (= "], "libc6"),
-    ("kallogate", ["libsystemd0", "libstdc++6", "systemd-sysusers"], "-cross|boost"),
+    ("kallogate", ["libsystemd0", "libssl3", "libqrencode4", "systemd-sysusers"], "-cross|boost"),
     ("kallogate-dbgsym", ["kallogate (= "], "libc6")])
 def test_fields(packages, package, wanted, unwanted):
     machine = re.search(r"Machine: *(.*)", run("readelf", "-h", BUILD / "bin/kalloagent"))[1]
@@ -197,6 +197,12 @@ def test_life_of_the_service(tree, packages):
     tree.dpkg("--purge", "kalloagent-dbgsym", "kalloagent")
     assert not [path for path in (WANTS, MASK, HAND_OVER, CRASH_REPORT) if tree.has(path)]
     assert tree.has("usr/share/.kallo/kept"), "the folder is shared with the desktop"
+    (tree.root / "var/lib/kallogate").mkdir()
+    (tree.root / "var/lib/kallogate/devices.json").touch()
+    tree.dpkg("--remove", "kallogate-dbgsym", "kallogate")
+    assert tree.has("var/lib/kallogate/devices.json")
+    tree.dpkg("--purge", "kallogate")
+    assert not tree.has("var/lib/kallogate")
 
 
 @pytest.mark.parametrize("package", ["kalloagent", "kallogate"])
@@ -211,7 +217,7 @@ def test_what_is_done_to_a_running_service(tmp_path, package, script, arguments,
         (tmp_path / tool).write_text(f'#!/bin/sh\necho "{tool} $*" >>"{tmp_path}/calls"\n')
         (tmp_path / tool).chmod(0o755)
     text = (SOURCE / "packaging" / package / script).read_text(encoding="utf-8")
-    for path in ("/run/systemd/system", "/usr/share/.kallo", "/var/log"):
+    for path in ("/run/systemd/system", "/usr/share/.kallo", "/var/log", "/var/lib"):
         text = text.replace(path, str(tmp_path))
     run("/bin/sh", "-c", text, script, *arguments, env={"PATH": f"{tmp_path}:/usr/bin:/bin"})
     said = (tmp_path / "calls").read_text()
