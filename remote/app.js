@@ -2,7 +2,7 @@
 import * as api from './api.js';
 import { Connection } from './connection.js';
 import { LoginForm, PairForm } from './forms.js';
-import { announce, ask, busy, dropQuestion, notice } from './messages.js';
+import { announce, ask, busy, dropQuestion, notice, takeBack } from './messages.js';
 import { fillShell, reason, text } from './texts.js';
 import { Icon, Tiles } from './tiles.js';
 
@@ -49,6 +49,7 @@ function showPhase(phase) {
   document.body.dataset.live = phase === 'live';
   byId('banner').textContent = kBanners[phase] ? text(kBanners[phase]) : '';
   if (phase !== 'live') dropQuestion();
+  else takeBack(text('notLive'));
   markDead();
 }
 
@@ -101,7 +102,7 @@ function showServer(server) {
 }
 
 function showUser(user) {
-  byId('account').hidden = !user;
+  byId('account').hidden = byId('logout').hidden = !user;
   byId('who').textContent = user ?? '';
 }
 
@@ -137,7 +138,7 @@ function showWindows(windows) {
 // Asks, does it, and says how it went.
 async function askAndDo(button, question, progress, call, done) {
   if (!mayAct() || !await ask(...question) || !mayAct()) return;
-  notice(text(progress), true);
+  announce(text(progress));
   const answer = await busy(button, progress, call);
   if (wentUnpaired(answer.kind)) return;
   notice(answer.ok ? text(done) : reason('failed', answer.kind));

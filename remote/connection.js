@@ -31,7 +31,7 @@ export class Connection {
     this.#handlers = handlers;
     document.addEventListener('visibilitychange', () => this.#visibilityChanged());
     document.addEventListener('freeze', () => this.#rest());
-    document.addEventListener('resume', () => this.#visibilityChanged());
+    document.addEventListener('resume', () => this.#resumed());
     addEventListener('pagehide', () => this.#rest());
     addEventListener('pageshow', (event) => event.persisted && this.#visibilityChanged());
     addEventListener('online', () => this.#phase === 'lost' && this.#open());
@@ -48,6 +48,7 @@ export class Connection {
     this.#setPhase('quiet');
     this.#lost.set(kSilence);
     this.#open();
+    this.#watchHidden();
   }
 
   stop() {
@@ -65,13 +66,20 @@ export class Connection {
   // A phone may suspend a page without a word, so the clock decides whether the stream still lives.
   #visibilityChanged() {
     if (!this.#running) return;
-    if (document.visibilityState === 'hidden') {
-      this.#hidden.set(kHidden);
-      return;
-    }
-    this.#hidden.clear();
+    this.#watchHidden();
+    if (document.visibilityState === 'hidden') return;
     const fresh = this.#source && Date.now() - this.#lastHeard < kSilence;
     if (!fresh || this.#phase === 'lost') this.start();
+  }
+
+  // A browser thaws a page mostly just before it shows it: reading begins already.
+  #resumed() {
+    if (this.#running) this.start();
+  }
+
+  #watchHidden() {
+    if (document.visibilityState !== 'hidden') this.#hidden.clear();
+    else if (!this.#hidden.pending) this.#hidden.set(kHidden);
   }
 
   #setPhase(phase) {
@@ -95,6 +103,7 @@ export class Connection {
     this.#close();
     const source = new EventSource(kEvents);
     this.#source = source;
+    this.#lastHeard = Date.now();
     this.#silence.set(kFirstEvent);
     source.onerror = () => source === this.#source && this.#ended();
     const listen = (name, act) => source.addEventListener(name, (event) => {
@@ -186,7 +195,14 @@ class Alarm {
   #due = 0;
 
   constructor(ring) {
-    this.#ring = ring;
+    this.#ring = () => {
+      this.#id = 0;
+      ring();
+    };
+  }
+
+  get pending() {
+    return this.#id !== 0;
   }
 
   get late() {
@@ -201,5 +217,6 @@ class Alarm {
 
   clear() {
     clearTimeout(this.#id);
+    this.#id = 0;
   }
 }

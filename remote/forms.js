@@ -72,7 +72,7 @@ export class LoginForm {
   // Makes the form ready for the next one who logs in.
   reset() {
     clearTimeout(this.#late);
-    byId('login-form').hidden = false;
+    byId('login-form').hidden = byId('login-how').hidden = false;
     byId('login-status').textContent = '';
     byId('password').value = '';
     complain('login-error', '', byId('user'), byId('password'));
@@ -101,7 +101,7 @@ export class LoginForm {
   // The desktop comes up some seconds later; the session event then leaves this view.
   #wait() {
     this.reset();
-    byId('login-form').hidden = true;
+    byId('login-form').hidden = byId('login-how').hidden = true;
     byId('login-status').textContent = text('televisionStarts');
     this.#late = setTimeout(() => {
       this.reset();

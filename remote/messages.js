@@ -4,39 +4,48 @@ import { text } from './texts.js';
 const kShown = 6000;  // milliseconds
 const byId = (id) => document.getElementById(id);
 let hiding = 0;
+let answer = () => {};
 
-// Shows WORDS at the foot of the page for a moment; for good until the next one if STAYS.
-export function notice(words, stays = false) {
+// Shows WORDS at the foot of the page for a moment.
+export function notice(words) {
   clearTimeout(hiding);
   byId('notice').textContent = words;
-  if (!stays) hiding = setTimeout(() => { byId('notice').textContent = ''; }, kShown);
+  if (words) hiding = setTimeout(notice, kShown, '');
+}
+
+// Takes a notice back that is not true any more.
+export function takeBack(words) {
+  if (byId('notice').textContent === words) notice('');
 }
 
 export function announce(words) {
   byId('announce').textContent = words;
 }
 
-// Asks before something that cannot be taken back. Resolves to true only for a yes.
+// Asks before something that cannot be taken back. Resolves to true only for a yes, and at once: the
+// browser holds the dialog's close event back on a hidden page.
 export function ask(title, detail, yes) {
-  const dialog = byId('ask');
   byId('ask-title').textContent = title;
   byId('ask-text').textContent = detail;
   byId('ask-yes').textContent = yes;
-  dialog.returnValue = '';
-  dialog.showModal();
-  return new Promise((resolve) => {
-    dialog.addEventListener('close', () => resolve(dialog.returnValue === 'yes'), { once: true });
-  });
+  byId('ask').showModal();
+  return new Promise((resolve) => { answer = resolve; });
 }
 
 // A question about a state that is not live any more is taken back.
 export function dropQuestion() {
-  if (byId('ask').open) byId('ask').close('no');
+  settle(false);
 }
 
-byId('ask-yes').addEventListener('click', () => byId('ask').close('yes'));
-byId('ask-no').addEventListener('click', () => byId('ask').close('no'));
-byId('ask').addEventListener('click', (event) => event.target === byId('ask') && dropQuestion());
+function settle(yes) {
+  byId('ask').close();
+  answer(yes);
+}
+
+byId('ask-yes').addEventListener('click', () => settle(true));
+byId('ask-no').addEventListener('click', () => settle(false));
+byId('ask').addEventListener('cancel', () => settle(false));
+byId('ask').addEventListener('click', (event) => event.target === byId('ask') && settle(false));
 
 // Text for a button while its call is under way, and its own text again behind it.
 export async function busy(button, key, work) {

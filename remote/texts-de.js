@@ -35,13 +35,13 @@ export default {
   cancel: 'Abbrechen',
   gettingReady: 'Einen Moment, der Fernseher macht sich bereit …',
 
-  onTheScreen: 'Auf dem Bildschirm',
+  onTheScreen: 'Läuft gerade',
   noWindows: 'Im Moment nichts.',
   untitled: 'Fenster ohne Titel',
   stopAll: 'Alles beenden',
   askStopAll: 'Alles beenden?',
   askStopAllText: 'Alles, was auf dem Fernseher läuft, wird geschlossen.',
-  stopping: 'Wird beendet …',
+  stopping: 'Beende alles …',
   stopped: 'Alles ist beendet.',
 
   packages: 'Pakete',
@@ -50,8 +50,8 @@ export default {
   found: '{count} von {all}',
   nothingFound: 'Nichts gefunden',
   starting: 'Startet …',
-  onScreen: 'Auf dem Bildschirm',
-  onScreenAlready: 'Schon auf dem Bildschirm',
+  onScreen: 'Läuft gerade',
+  onScreenAlready: 'Läuft schon',
   said: '{title}: {state}',
 
   failed: {
