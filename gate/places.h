@@ -9,6 +9,11 @@ namespace gate {
 /// Belongs to one thread; the places that it gives may outlive it.
 template <typename Key>
 class Places final {
+    struct Taken {
+        unsigned all = 0;
+        std::map<Key, unsigned> byKey;
+    };
+
   public:
     /// Free again when the object ends.
     class Place final {
@@ -25,12 +30,12 @@ class Places final {
 
       private:
         friend class Places;
-        Place(const auto& taken, const Key& key) : m_taken(taken), m_key(key) {
+        Place(const std::shared_ptr<Taken>& taken, const Key& key) : m_taken(taken), m_key(key) {
             ++m_taken->byKey[key];
             ++m_taken->all;
         }
 
-        std::shared_ptr<typename Places::Taken> m_taken;
+        std::shared_ptr<Taken> m_taken;
         Key m_key;
     };
 
@@ -44,11 +49,6 @@ class Places final {
     }
 
   private:
-    struct Taken {
-        unsigned all = 0;
-        std::map<Key, unsigned> byKey;
-    };
-
     std::shared_ptr<Taken> m_taken = std::make_shared<Taken>();
 };
 

@@ -6,6 +6,7 @@
 #include "companion/answer.h"
 #include "companion/credential.h"
 #include "companion/request.h"
+#include "gate/log.h"
 #include "support/protocol.h"
 
 namespace gate {
@@ -103,7 +104,7 @@ std::variant<Api::Admitted, Problem> Api::admit(const Request& request, const Si
     return Admitted{std::get<Call>(call), device == nullptr ? "" : device->id};
 }
 
-asio::awaitable<Response> Api::answer(Address client, const Admitted& admitted) {
+asio::awaitable<Response> Api::answer(const Address& client, const Admitted& admitted) {
     const Call& call = admitted.call;
     switch (call.kind) {
         case Call::Kind::pair:
@@ -251,10 +252,12 @@ asio::awaitable<Response> Api::pair_(const Call& call) {
         co_return problemResponse({ProblemKind::wrongCode});
     }
     try {
+        const std::string token = m_devices.add(*name);
+        logText("paired: device " + m_devices.list().back().id);
         Response response = emptyResponse();
         // Browsers keep a cookie for 400 days at most.
         response.set(http::field::set_cookie,
-                     std::string(kCookie) + m_devices.add(*name) +
+                     std::string(kCookie) + token +
                          "; Path=/; Max-Age=34560000; Secure; HttpOnly; SameSite=Strict");
         co_return response;
     } catch (const DevicesError&) {

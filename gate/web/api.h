@@ -32,7 +32,7 @@ class Api final {
     std::variant<Admitted, Problem> admit(const Request& request, const Site& site);
 
     /// Carries a call out, but for `events`, which is the caller's. `admitted` lasts until then.
-    boost::asio::awaitable<Response> answer(Address client, const Admitted& admitted);
+    boost::asio::awaitable<Response> answer(const Address& client, const Admitted& admitted);
 
   private:
     boost::asio::awaitable<Response> answerStatus_();

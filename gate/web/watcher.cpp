@@ -74,20 +74,28 @@ Watcher::Watcher(asio::io_context& context, Door& door)
     : m_context(context), m_door(door), m_pause(context) {}
 
 std::shared_ptr<Subscription> Watcher::subscribe() {
-    const auto subscription = std::make_shared<Subscription>(m_context.get_executor());
+    auto subscription = std::make_shared<Subscription>(m_context.get_executor());
     m_watching.push_back(subscription);
     if (m_isKnown) {
         subscription->add(eventText("state", stateAsJson()));
     }
-    if (!m_isLooking) {
-        m_isLooking = true;
-        asio::co_spawn(m_context, look_(), asio::detached);
-    }
-    if (!m_isBeating) {
-        m_isBeating = true;
-        asio::co_spawn(m_context, beat_(), asio::detached);
-    }
+    run_(m_isLooking, &Watcher::look_);
+    run_(m_isBeating, &Watcher::beat_);
     return subscription;
+}
+
+void Watcher::run_(bool& isRunning, asio::awaitable<void> (Watcher::*loop)()) {
+    if (isRunning) {
+        return;
+    }
+    isRunning = true;
+    // Somebody may have come just after its last look, or memory was lacking for a moment.
+    asio::co_spawn(m_context, (this->*loop)(), [=, this, &isRunning](const std::exception_ptr&) {
+        isRunning = false;
+        if (isWatched_()) {
+            run_(isRunning, loop);
+        }
+    });
 }
 
 void Watcher::end() {
@@ -117,7 +125,6 @@ asio::awaitable<void> Watcher::look_() {
         m_pause.expires_at(start + kLook);
         co_await m_pause.async_wait(kResult);
     }
-    m_isLooking = false;
     m_isKnown = false;
 }
 
@@ -136,7 +143,6 @@ asio::awaitable<void> Watcher::beat_() {
             publish_("beat", Json::object());
         }
     }
-    m_isBeating = false;
 }
 
 bool Watcher::isAgentSilent_() const {
@@ -213,7 +219,7 @@ std::string Watcher::openedBy_(const std::string& title) {
     if (launch == m_launches.end()) {
         launch = m_launches.begin();
     }
-    const std::string package = launch->package;
+    std::string package = launch->package;
     m_launches.erase(launch);
     return package;
 }

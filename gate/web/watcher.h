@@ -88,6 +88,8 @@ class Watcher final {
         Time time;
     };
 
+    /// Starts a loop that runs while somebody watches, unless it does already.
+    void run_(bool& isRunning, boost::asio::awaitable<void> (Watcher::*loop)());
     boost::asio::awaitable<void> look_();
     boost::asio::awaitable<void> beat_();
     boost::asio::awaitable<std::string> ask_(const char* command);

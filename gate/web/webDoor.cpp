@@ -50,7 +50,7 @@ std::shared_ptr<asio::ssl::context> WebDoor::readCertificate_() const {
     if (files.certificate.empty()) {
         files = ensureCertificate(m_stateDirectory, ownHostNames());
     }
-    const auto tls = std::make_shared<TlsContext>(TlsContext::tls_server);
+    auto tls = std::make_shared<TlsContext>(TlsContext::tls_server);
     tls->set_options(TlsContext::no_tlsv1 | TlsContext::no_tlsv1_1);
     // A thousand phones that watch need no buffers between two events.
     SSL_CTX_set_mode(tls->native_handle(), SSL_MODE_RELEASE_BUFFERS);

@@ -1,6 +1,7 @@
 """Fixtures of the system tests. They run as root of the box (see nasbox/nasbox --help), each test
 on a NAS whose files are as at the start."""
 import contextlib
+import json
 import os
 import shutil
 import signal
@@ -204,19 +205,30 @@ def daemon(start_daemon):
 
 
 class Gate:
-    """kallogate in front of the agent; the settings are lines of its file, by table."""
-    port = 9813
+    """kallogate in front of the agent; the settings are lines of its file, by table. What it keeps
+    stays until the test ends, also when another takes its place."""
+    port, web = 9813, 9880
 
     def __init__(self, folder, **settings):
         self.config, self.control, self.err = folder / "gate.toml", folder / "control", folder / "gate"
         self.configure(**settings)
         with open(self.err, "wb") as err:
             self.process = subprocess.Popen([KALLOGATE, "serve", "--config", self.config, "--control",
-                                             self.control], stderr=err)
+                                             self.control, "--state", folder / "state"], stderr=err)
         wait_until(lambda: "listening" in self.log(), 30, "a gate that listens")
 
     def configure(self, **settings):
         self.config.write_text("".join(f"[{table}]\n{lines}\n" for table, lines in settings.items()))
+
+    def tell(self, *command):
+        """Gives the running gate a command; returns its output, which must not be a failure."""
+        done = run(KALLOGATE, *command, "--control", self.control)
+        assert done.returncode == 0, done.stderr
+        return done.stdout
+
+    def code(self):
+        """A code that pairs one phone."""
+        return json.loads(self.tell("pair", "--json"))["code"]
 
     def log(self):
         assert self.process.poll() is None, self.err.read_text()
