@@ -17,7 +17,7 @@ def test_an_evening(no_desktop, start_gate, phone):
     assert phone.driver.current_url.endswith(":9880/"), "the code is still in the address"
     phone.log_in("alice", "wonderland")
     phone.wait_text("#who", "alice")
-    assert (phone.shown("#server"), phone.shown("#model")) == ("Living Room NAS", "Torvik Station 4")
+    assert phone.shown("#server") == "Living Room NAS"
     phone.wait_for("[...document.querySelectorAll('.tile img')].some(e => e.naturalWidth > 0)")
     for package in ("Player", "Browser"):
         phone.tap(tile(package))
