@@ -33,13 +33,22 @@ GOALS = [
     ("Request: GetCurrentUser / floor", "request/agent_GetCurrentUser",
      "request/floor_GetCurrentUser", 1.3, 1),
     ("Request: GetStatus / floor", "request/agent_GetStatus", "request/floor_GetStatus", 1.3, 1),
+    ("Gate: GetStatus / directly", "request/gate_GetStatus", "request/agent_GetStatus", 1.15, 1),
+    ("Gate: ListVEXA of 10 packages / directly", "listPackages/gate/10", "listPackages/agent/10",
+     1.15, 1),
+    ("Gate: unknown command / directly", "request/gate_unknown", "request/agent_unknown", None, 1),
     ("Reload of 200 packages / one tool run after the other", "reload/200", "reloadOneByOne/200",
      0.6, 1),
-    ("ListVEXA: 200 packages / 20 times 10", "listPackages/200", "listPackages/10", 1.1, 20),
-    ("ListVEXA: each of 200 packages / bare tool run", "listPackages/200", "runEnvironmentTool",
+    ("ListVEXA: 200 packages / 20 times 10", "listPackages/agent/200", "listPackages/agent/10", 1.1, 20),
+    ("ListVEXA: each of 200 packages / bare tool run", "listPackages/agent/200", "runEnvironmentTool",
      1.3, 200),
 ]
-RESIDENT_GOAL_KB = 6 * 1024
+# Resident memory: title, file, and the goal in KiB.
+RESIDENT_GOALS = [
+    ("Resident memory of the idle agent", "resident", 6 * 1024),
+    ("Resident memory of the idle gate", "residentGate", 10 * 1024),
+    ("... with 1,000 open connections", "residentGateOf1000", 40 * 1024),
+]
 NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
 
 
@@ -81,12 +90,12 @@ def main():
         spread = f"±{spreads.get(ours, 0) + spreads.get(measure, 0):.0%}"
         print(f"{title:50} {times[ours] / 1e3:9.1f} µs {against / 1e3:9.1f} µs {ratio:7.2f} "
               f"{spread:>7} {judged}")
-    resident = folder / "resident"
-    if resident.exists():
-        kilobytes = int(resident.read_text().split()[1])
-        print(f"{'Resident memory of the idle agent':50} {kilobytes:9} kB "
-              f"{RESIDENT_GOAL_KB:9} kB {kilobytes / RESIDENT_GOAL_KB:7.2f} {'':7} {1:7.2f} "
-              f"{verdict(kilobytes <= RESIDENT_GOAL_KB)}")
+    for title, file, goal in RESIDENT_GOALS:
+        resident = folder / file
+        if resident.exists():
+            kilobytes = int(resident.read_text().split()[1])
+            print(f"{title:50} {kilobytes:9} kB {goal:9} kB {kilobytes / goal:7.2f} {'':7} "
+                  f"{1:7.2f} {verdict(kilobytes <= goal)}")
 
 
 main()

@@ -1,5 +1,6 @@
-// Whole requests over loopback: the running agent beside the floor program, and a package list of
-// two lengths beside bare runs of the tool that it asks once a package. Started by bench/inTheBox.
+// Whole requests over loopback: the running agent beside the floor program and the gate beside the
+// agent, and a package list of two lengths beside bare runs of the tool that it asks once a
+// package. Started by bench/inTheBox.
 #include <arpa/inet.h>
 #include <benchmark/benchmark.h>
 #include <netinet/in.h>
@@ -17,7 +18,8 @@
 namespace {
 
 constexpr uint16_t agentPort = 9812;
-constexpr uint16_t floorPort = 9813;
+constexpr uint16_t gatePort = 9813;
+constexpr uint16_t floorPort = 9814;
 
 int connectTo(uint16_t port) {
     sockaddr_in address{};
@@ -70,10 +72,10 @@ void installAndWait(int count) {
     }
 }
 
-void listPackages(benchmark::State& state) {
+void listPackages(benchmark::State& state, uint16_t port) {
     installAndWait(static_cast<int>(state.range(0)));
     for (auto _ : state) {
-        benchmark::DoNotOptimize(converse(agentPort, "ListVEXA"));
+        benchmark::DoNotOptimize(converse(port, "ListVEXA"));
     }
 }
 
@@ -87,10 +89,20 @@ void runEnvironmentTool(benchmark::State& state) {
 }  // namespace
 
 BENCHMARK_CAPTURE(request, agent_unknown, agentPort, "NoSuchCommand")->UseRealTime();
+BENCHMARK_CAPTURE(request, gate_unknown, gatePort, "NoSuchCommand")->UseRealTime();
 BENCHMARK_CAPTURE(request, floor_unknown, floorPort, "NoSuchCommand")->UseRealTime();
 BENCHMARK_CAPTURE(request, agent_GetCurrentUser, agentPort, "GetCurrentUser")->UseRealTime();
 BENCHMARK_CAPTURE(request, floor_GetCurrentUser, floorPort, "GetCurrentUser")->UseRealTime();
 BENCHMARK_CAPTURE(request, agent_GetStatus, agentPort, "GetStatus")->UseRealTime();
+BENCHMARK_CAPTURE(request, gate_GetStatus, gatePort, "GetStatus")->UseRealTime();
 BENCHMARK_CAPTURE(request, floor_GetStatus, floorPort, "GetStatus")->UseRealTime();
 BENCHMARK(runEnvironmentTool)->UseRealTime();
-BENCHMARK(listPackages)->Arg(10)->Arg(200)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(listPackages, agent, agentPort)
+    ->Arg(10)
+    ->Arg(200)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(listPackages, gate, gatePort)
+    ->Arg(10)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);

@@ -2,23 +2,30 @@
 // address.
 #pragma once
 
+#include <boost/asio/ip/tcp.hpp>
+#include <memory>
 #include <optional>
-#include <vector>
 
+#include "gate/door.h"
 #include "gate/networks.h"
 #include "gate/places.h"
-#include "gate/statistics.h"
 
 namespace gate {
 
 struct AdmissionLimits {
-    const std::vector<Network>& allowed;
     unsigned connections;
     unsigned connectionsOfAnAddress;
 };
 
-/// Why a connection from `address` may not come in; none when it may. Any thread.
-std::optional<Refusal> refusalOf(const Address& address, const Places<Address>& taken,
-                                 const AdmissionLimits& limits);
+/// Where a connection comes from, and its place among those that there are.
+struct Admitted {
+    Address address;
+    std::unique_ptr<Places<Address>::Place> place;
+};
+
+/// Lets the peer of `socket` in, whose answers then leave at once. Returns none, and counts the
+/// refusal, when its network is not allowed, the limits are reached, or it is gone already.
+std::optional<Admitted> admit(boost::asio::ip::tcp::socket& socket, Door& door,
+                              Places<Address>& places, const AdmissionLimits& limits);
 
 }  // namespace gate

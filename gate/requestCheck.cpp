@@ -27,13 +27,13 @@ constexpr Command kCommands[] = {
     {.name = kGetIcon, .values = Values::icon, .unsound = Unsound::noIcon, .isShared = true},
     {.name = kLaunch, .values = Values::package, .unsound = Unsound::notFound, .isSlow = true},
     {.name = kKillAll, .isSlow = true},
-    {.name = kGetCurrentUser},
+    {.name = kGetCurrentUser, .isShared = true},
     {.name = kLogin, .values = Values::enciphered, .unsound = Unsound::loginFail},
     {.name = kLogin2, .values = Values::plain, .unsound = Unsound::loginFail},
     {.name = kLogout},
     // The agent refuses it whatever its value is.
-    {.name = kSetAutoLogin, .values = Values::anything},
-    {.name = kGetKalloSetting},
+    {.name = kSetAutoLogin, .values = Values::anything, .isShared = true},
+    {.name = kGetKalloSetting, .isShared = true},
 };
 
 constexpr size_t kLongestName = 255;       ///< of a package: its folder's

@@ -8,6 +8,7 @@
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <csignal>
+#include <stdexcept>
 #include <unordered_set>
 #ifdef KALLO_SYSTEMD
 #include <systemd/sd-daemon.h>
@@ -105,23 +106,14 @@ class Server final {
 };
 
 void Server::take_(tcp::socket socket) {
-    boost::system::error_code error;
-    const tcp::endpoint peer = socket.remote_endpoint(error);
-    if (error) {
-        return;
-    }
-    const Address address = plainAddress(peer.address());
     const Settings& settings = m_door.settings;
-    const auto refusal =
-        refusalOf(address, m_places,
-                  {settings.allowed, settings.connections, settings.connectionsOfAnAddress});
-    if (refusal) {
-        m_door.statistics.refuse(*refusal);
+    auto admitted =
+        admit(socket, m_door, m_places, {settings.connections, settings.connectionsOfAnAddress});
+    if (!admitted) {
         return;
     }
-    socket.set_option(tcp::no_delay(true), error);
     const auto connection = std::make_shared<Connection>(
-        Connection{std::move(socket), address, m_places.take(address)});
+        Connection{std::move(socket), admitted->address, std::move(admitted->place)});
     m_connections.insert(connection);
     m_door.statistics.connections = m_places.all();
     asio::co_spawn(m_context, serve_(connection), asio::detached);

@@ -16,8 +16,8 @@ struct ServerOptions {
 };
 
 /// Serves until SIGTERM or SIGINT; SIGHUP reads the file again. Returns the exit status of the
-/// process. Throws SettingsError for the file, std::runtime_error when a port is
-/// taken or the certificate cannot be had.
+/// process. Throws SettingsError for the file, std::runtime_error when a port is taken or the
+/// certificate is not to be had.
 int serve(const ServerOptions& options);
 
 }  // namespace gate

@@ -83,7 +83,7 @@ Json packageAsJson(const XMLNode& item) {
 
 }  // namespace
 
-std::variant<Api::Admitted, Problem> Api::admit(const Request& request, const Site& site) {
+std::variant<Api::PairedCall, Problem> Api::admit(const Request& request, const Site& site) {
     const auto host = request[http::field::host];
     const auto origin = request[http::field::origin];
     auto call = readCall(request);
@@ -101,11 +101,11 @@ std::variant<Api::Admitted, Problem> Api::admit(const Request& request, const Si
     if (std::holds_alternative<Problem>(call)) {
         return std::get<Problem>(call);
     }
-    return Admitted{std::get<Call>(call), device == nullptr ? "" : device->id};
+    return PairedCall{std::get<Call>(call), device == nullptr ? "" : device->id};
 }
 
-asio::awaitable<Response> Api::answer(const Address& client, const Admitted& admitted) {
-    const Call& call = admitted.call;
+asio::awaitable<Response> Api::answer(const Address& client, const PairedCall& paired) {
+    const Call& call = paired.call;
     switch (call.kind) {
         case Call::Kind::pair:
             return pair_(call);

@@ -22,17 +22,17 @@ class Api final {
         : m_door(door), m_watcher(watcher), m_devices(devices), m_codes(codes) {}
 
     /// A call that may be carried out.
-    struct Admitted {
+    struct PairedCall {
         Call call;
         std::string device;  ///< its identifier; empty for a call that pairs one
     };
 
     /// Reads a request whose target begins with kApiPath. Whoever is not paired is told that and
     /// nothing else.
-    std::variant<Admitted, Problem> admit(const Request& request, const Site& site);
+    std::variant<PairedCall, Problem> admit(const Request& request, const Site& site);
 
-    /// Carries a call out, but for `events`, which is the caller's. `admitted` lasts until then.
-    boost::asio::awaitable<Response> answer(const Address& client, const Admitted& admitted);
+    /// Carries a call out, but for `events`, which is the caller's. `paired` lasts until then.
+    boost::asio::awaitable<Response> answer(const Address& client, const PairedCall& paired);
 
   private:
     boost::asio::awaitable<Response> answerStatus_();

@@ -130,7 +130,7 @@ asio::awaitable<bool> answerOne(Stream& stream, WebContext& context, const Addre
         if (std::holds_alternative<Problem>(admitted)) {
             context.door.statistics.refuse(Refusal::browser);
             response = problemResponse(std::get<Problem>(admitted));
-        } else if (auto& call = std::get<Api::Admitted>(admitted);
+        } else if (auto& call = std::get<Api::PairedCall>(admitted);
                    call.call.kind == Call::Kind::events) {
             co_await streamEvents(stream, context, request, call.device);
             co_return false;

@@ -92,26 +92,15 @@ std::string WebDoor::pairingAddress(const std::string& code) const {
 }
 
 void WebDoor::take_(tcp::socket socket) {
-    boost::system::error_code error;
-    const tcp::endpoint peer = socket.remote_endpoint(error);
-    if (error) {
-        return;
-    }
-    const Address client = plainAddress(peer.address());
     const Settings::Web& web = m_door.settings.web;
-    const auto refusal = refusalOf(
-        client, m_places, {m_door.settings.allowed, web.connections, web.connectionsOfAnAddress});
-    if (refusal) {
-        m_door.statistics.refuse(*refusal);
-        return;
+    auto admitted = admit(socket, m_door, m_places, {web.connections, web.connectionsOfAnAddress});
+    if (admitted) {
+        asio::co_spawn(m_context, serve_(std::move(socket), std::move(*admitted)), asio::detached);
     }
-    socket.set_option(tcp::no_delay(true), error);
-    asio::co_spawn(m_context, serve_(std::move(socket), client), asio::detached);
 }
 
-asio::awaitable<void> WebDoor::serve_(tcp::socket socket, Address client) {
-    const auto place = m_places.take(client);
-    WebConnection connection{client, nullptr};
+asio::awaitable<void> WebDoor::serve_(tcp::socket socket, Admitted admitted) {
+    WebConnection connection{admitted.address, nullptr};
     m_connections.insert(&connection);
     try {
         co_await converse_(std::move(socket), connection);

@@ -8,7 +8,7 @@
 #include <string>
 #include <unordered_set>
 
-#include "gate/places.h"
+#include "gate/admission.h"
 #include "gate/web/webConversation.h"
 
 namespace gate {
@@ -41,7 +41,7 @@ class WebDoor final {
     std::shared_ptr<TlsContext> readCertificate_() const;
     Site site_() const;
     void take_(boost::asio::ip::tcp::socket socket);
-    boost::asio::awaitable<void> serve_(boost::asio::ip::tcp::socket socket, Address client);
+    boost::asio::awaitable<void> serve_(boost::asio::ip::tcp::socket socket, Admitted admitted);
     boost::asio::awaitable<void> converse_(boost::asio::ip::tcp::socket socket,
                                            WebConnection& connection);
 

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "support/xmlParser.h"
@@ -18,11 +20,12 @@ enum CharacterClass : uint8_t {
     markupStart = 16,  // behind "<": may begin something else than a start tag
     upperCase = 32,    // ASCII letters whose lower case is 32 higher
     notSpace = 64,     // all but those that separate tokens
+    wordStart = 128,   // begins a text token, whatever follows
 };
 
 constexpr std::array<uint8_t, 256> makeCharacterClasses() {
     std::array<uint8_t, 256> classes{};
-    classes.fill(notSpace);
+    classes.fill(notSpace | wordStart);
     auto mark = [&classes](std::string_view characters, uint8_t bits) {
         for (const char character : characters) {
             classes[static_cast<unsigned char>(character)] |= bits;
@@ -35,6 +38,9 @@ constexpr std::array<uint8_t, 256> makeCharacterClasses() {
     mark(std::string_view("<>\0", 3), wordStop | pieceStop | quoteStop);
     mark("&\"'", pieceStop | quoteStop);
     mark("!?P", markupStart);
+    for (const char character : std::string_view("/=<>\"'\0", 7)) {
+        classes[static_cast<unsigned char>(character)] &= static_cast<uint8_t>(~wordStart);
+    }
     mark("ABCDEFGHIJKLMNOPQRSTUVWXYZ", upperCase);
     return classes;
 }
@@ -56,6 +62,27 @@ inline bool startsWithIgnoringCase(const char* text, std::string_view start) {
         }
     }
     return true;
+}
+
+/// Whether the `length` bytes, at least one, of `name` stand at `text`. Of both, some bytes behind
+/// the last one are read with it (less than kSlack).
+inline bool sameBytes(const char* text, const char* name, size_t length) {
+    using Word = uint64_t;
+    for (;; text += sizeof(Word), name += sizeof(Word), length -= sizeof(Word)) {
+        Word left = 0;
+        Word right = 0;
+        memcpy(&left, text, sizeof(Word));
+        memcpy(&right, name, sizeof(Word));
+        if (length <= sizeof(Word)) {
+            const size_t unused = 8 * (sizeof(Word) - length);
+            const Word difference = left ^ right;
+            return (std::endian::native == std::endian::little ? difference << unused
+                                                               : difference >> unused) == 0;
+        }
+        if (left != right) {
+            return false;
+        }
+    }
 }
 
 /// The first position at or after `text` whose character is of class `stop`. The zero byte that

@@ -1,75 +1,81 @@
-// The content of the elements that are open during a parse, collected on one stack until each is
-// closed and its arrays can be laid out at once. Internal to the XML library.
+// The elements that are open during a parse. Their children are collected on one stack until each
+// is closed and the array of its children can be laid out at once. Internal to the XML library.
 #pragma once
 
 #include <vector>
 
 #include "support/xml/record.h"
-#include "support/xml/tokens.h"
 
 namespace support::xml {
 
-/// One child, text piece or clear section of an open element.
-struct Item {
-    ItemKind kind;
-    const ClearTag* clearTag;  // of a clear section
-    Record* child;
-    char* bytes;  // text, or content of a clear section
-    uint32_t length;
-    uint32_t escapedLength;  // of a text
-};
-
-/// The open elements of one parse, from the unnamed root to the innermost.
+/// The open elements of one parse, from the unnamed root to the innermost. Texts, clear sections
+/// and names are cut out of the text that is parsed.
 class OpenElements {
   public:
     /// `root` stays the outermost element.
-    explicit OpenElements(Record& root) : m_items(kUsualItems), m_innermost(&root) {}
+    explicit OpenElements(Record& root) : m_children(kUsualChildren), m_innermost(&root) {}
 
     Record& innermost() const { return *m_innermost; }
-    /// Opens `child` inside the innermost element; its parent is set already.
-    void open(Record& child) {
-        addClosed(child);
-        m_innermost = &child;
-        m_base = m_count;
+    /// Adds `child` to the innermost element, which is its parent.
+    void addChild(Record& child) {
+        Record& parent = *m_innermost;
+        keepComment_();
+        child.place = parent.itemCount();
+        if (m_childCount == m_children.size()) {
+            m_children.resize(2 * m_childCount);
+        }
+        makeOrderRoom(parent, parent.childCount);
+        m_children[m_childCount++] = &child;
+        enterLast(parent, parent.childCount, ItemKind::child);
     }
-    /// Adds `child`, which has no content, to the innermost element.
-    void addClosed(Record& child) {
-        child.place = static_cast<int32_t>(m_count - m_base);
-        push_() = {ItemKind::child, nullptr, &child, nullptr, 0, 0};
+    /// Opens the child that was added last: it is the innermost element now.
+    void open(Record& child) { m_innermost = &child; }
+    void addText(Text text) {
+        keepComment_();
+        append(*m_innermost, m_innermost->texts, m_innermost->textCount, ItemKind::text, text);
     }
-    void addText(char* bytes, uint32_t length, uint32_t escapedLength) {
-        push_() = {ItemKind::text, nullptr, nullptr, bytes, length, escapedLength};
+    void addClear(const ClearSection& clear) {
+        keepComment_();
+        append(*m_innermost, m_innermost->clears, m_innermost->clearCount, ItemKind::clear, clear);
     }
-    void addClear(const ClearTag& tag, char* content, uint32_t length) {
-        push_() = {ItemKind::clear, &tag, nullptr, content, length, 0};
-    }
-    /// When the innermost element's last two items are a text and a comment, drops the comment and
-    /// returns the text, for more to be appended to it; otherwise returns null.
-    Item* textBeforeComment() {
-        if (m_count - m_base < 2 || m_items[m_count - 1].clearTag != &commentTag ||
-            m_items[m_count - 2].kind != ItemKind::text) {
+    /// Adds a comment that is dropped when the innermost element's last item is a text and the next
+    /// one is a text, too.
+    void addComment(const ClearSection& comment);
+    /// When such a comment stands behind a text, drops the comment and returns the text, for more
+    /// to be appended to it; otherwise returns null.
+    Text* textBeforeComment() {
+        if (!m_isCommentOpen) {
             return nullptr;
         }
-        --m_count;
-        return &m_items[m_count - 1];
+        m_isCommentOpen = false;
+        return m_innermost->texts + m_innermost->textCount - 1;
     }
-    /// Closes the innermost element: its content goes from the stack into its record.
-    void close();
+    /// Closes the innermost element.
+    void close() {
+        Record& closed = *m_innermost;
+        keepComment_();
+        if (closed.childCount != 0) {
+            layOutChildren_(closed);
+        }
+        m_innermost = closed.parent;
+    }
 
   private:
-    static constexpr size_t kUsualItems = 64;
+    static constexpr size_t kUsualChildren = 64;
 
-    Item& push_() {
-        if (m_count == m_items.size()) {
-            m_items.resize(2 * m_count);
+    void keepComment_() {
+        if (m_isCommentOpen) {
+            m_isCommentOpen = false;
+            addClear(m_comment);
         }
-        return m_items[m_count++];
     }
+    void layOutChildren_(Record& closed);
 
-    std::vector<Item> m_items;  // more than are in use
-    size_t m_count = 0;
-    size_t m_base = 0;  // the innermost element's first item
+    std::vector<Record*> m_children;  // more than are in use
+    size_t m_childCount = 0;
     Record* m_innermost;
+    bool m_isCommentOpen = false;
+    ClearSection m_comment{};  // may yet be dropped
 };
 
 }  // namespace support::xml

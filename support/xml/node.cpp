@@ -30,13 +30,21 @@ int32_t placeOf(const Record& record, int position) {
 
 /// Number of items of `kind` in front of `place`.
 int32_t countBefore(const Record& record, int32_t place, ItemKind kind) {
-    return static_cast<int32_t>(
-        std::count_if(record.order, record.order + place,
-                      [kind](int32_t entry) { return support::xml::orderKind(entry) == kind; }));
+    int32_t count = 0;
+    for (int32_t i = 0; i < place; ++i) {
+        count += support::xml::orderKind(record.entryAt(i)) == kind ? 1 : 0;
+    }
+    return count;
 }
 
 /// Numbers the entries of the order from `place` on anew: each kind counts for itself.
 void renumber(Record& record, int32_t place) {
+    if (record.order == nullptr) {
+        for (int32_t i = place; i < record.childCount; ++i) {
+            record.children[i]->place = i;
+        }
+        return;
+    }
     int32_t children = countBefore(record, place, ItemKind::child);
     int32_t texts = countBefore(record, place, ItemKind::text);
     int32_t clears = countBefore(record, place, ItemKind::clear);
@@ -61,11 +69,13 @@ int32_t insertItem(Record& record, Value*& array, int32_t& count, ItemKind kind,
     const int32_t place = placeOf(record, position);
     const bool isLast = place == record.itemCount();
     const int32_t index = isLast ? count : countBefore(record, place, kind);
-    support::xml::makeRoom(*record.document, record.order, record.itemCount());
+    support::xml::makeOrderRoom(record, count);
     support::xml::makeRoom(*record.document, array, count);
     // From here on nothing can fail.
-    support::xml::insertInto(record.order, record.itemCount(), place,
-                             support::xml::orderEntry(index, kind));
+    if (record.order != nullptr) {
+        support::xml::insertInto(record.order, record.itemCount(), place,
+                                 support::xml::orderEntry(index, kind));
+    }
     support::xml::insertInto(array, count, index, value);
     ++count;
     if (!isLast) {

@@ -20,11 +20,9 @@ namespace {
 
 /// One parse: the document's own copy of the text, what is open, and how it ended.
 struct ParseContext {
-    ParseContext(char* text, Record& top, const XMLSettings& given)
-        : settings(given), tokens(text), root(top), open(top) {}
+    ParseContext(Record& top, const XMLSettings& given) : settings(given), root(top), open(top) {}
 
     const XMLSettings& settings;
-    Tokeniser tokens;
     Record& root;  // unnamed, around the whole document
     OpenElements open;
     std::vector<NodeAttribute> attributes;  // of the tag being read
@@ -32,10 +30,13 @@ struct ParseContext {
     const char* errorAt = nullptr;  // in the copy of the text
 };
 
-bool fail(ParseContext& context, XMLError error, const char* at) {
+// What reads takes the position to read at and returns the one behind what it read, or null after
+// an error, which is left in the context.
+
+char* fail(ParseContext& context, XMLError error, const char* at) {
     context.error = error;
     context.errorAt = at;
-    return false;
+    return nullptr;
 }
 
 /// Notes a warning, unless there is one already: the first one is reported.
@@ -46,22 +47,23 @@ void warn(ParseContext& context, XMLError warning, const char* at) {
 }
 
 /// The "?" in front of the ">" that closes a declaration belongs to neither name nor value.
-void cutDeclarationEnd(Tokeniser& tokens, Token& word) {
-    if (word.kind == TokenKind::text && word.end[-1] == '?' && tokens.isBeforeTagClose()) {
+void cutDeclarationEnd(Token& word) {
+    if (word.kind == TokenKind::text && word.end[-1] == '?' && isBeforeTagClose(word.end)) {
         --word.end;
     }
 }
 
 /// Reads the value behind the "=" of the attribute; decodes it where it stands.
-bool readValue(ParseContext& context, bool isDeclaration, NodeAttribute& attribute) {
-    Token value = context.tokens.next();
+char* readValue(ParseContext& context, char* at, bool isDeclaration, NodeAttribute& attribute) {
+    Token value = nextToken(at);
+    char* const behind = value.end;
     if (value.kind == TokenKind::quotedText) {
         ++value.begin;
         --value.end;
     } else if (value.kind != TokenKind::text) {
         return fail(context, XMLError::unexpectedToken, value.begin);
     } else if (isDeclaration) {
-        cutDeclarationEnd(context.tokens, value);
+        cutDeclarationEnd(value);
     }
     uint32_t length = value.length();
     const char* errorAt = nullptr;
@@ -72,25 +74,26 @@ bool readValue(ParseContext& context, bool isDeclaration, NodeAttribute& attribu
     attribute.value = value.begin;
     attribute.valueLength = length;
     attribute.escapedLength = static_cast<uint32_t>(escapedLength(value.begin, length));
-    return true;
+    return behind;
 }
 
-/// Reads the attributes of a tag up to and with the token that closes it, which it returns in
-/// `close`.
-bool readAttributes(ParseContext& context, bool isDeclaration, Token& close) {
+/// Reads the attributes of a tag up to and with the token that closes it, of kind `close`.
+char* readAttributes(ParseContext& context, char* at, bool isDeclaration, TokenKind& close) {
     context.attributes.clear();
-    Token token = context.tokens.next();
+    Token token = nextToken(at);
     while (token.kind == TokenKind::text) {
+        at = token.end;
         if (isDeclaration) {
-            cutDeclarationEnd(context.tokens, token);
+            cutDeclarationEnd(token);
         }
         NodeAttribute attribute{token.begin, nullptr, token.length(), 0, 0};
-        token = context.tokens.next();
+        token = nextToken(at);
         if (token.kind == TokenKind::equals) {
-            if (!readValue(context, isDeclaration, attribute)) {
-                return false;
+            at = readValue(context, token.end, isDeclaration, attribute);
+            if (at == nullptr) {
+                return nullptr;
             }
-            token = context.tokens.next();
+            token = nextToken(at);
         }
         if (attribute.nameLength != 0) {
             context.attributes.push_back(attribute);
@@ -99,8 +102,8 @@ bool readAttributes(ParseContext& context, bool isDeclaration, Token& close) {
     if (token.kind != TokenKind::tagClose && token.kind != TokenKind::shortHandClose) {
         return fail(context, XMLError::unexpectedToken, token.begin);
     }
-    close = token;
-    return true;
+    close = token.kind;
+    return token.end;
 }
 
 /// Moves the attributes that were read into the record and ends their strings.
@@ -120,37 +123,42 @@ void storeAttributes(Record& record, const std::vector<NodeAttribute>& attribute
     }
 }
 
-bool readStartTag(ParseContext& context, bool isDeclaration) {
-    Token name = context.tokens.next();
-    if (name.kind == TokenKind::text && isDeclaration) {
-        cutDeclarationEnd(context.tokens, name);
+char* readStartTag(ParseContext& context, const Token& start) {
+    const bool isDeclaration = start.kind == TokenKind::declarationStart;
+    Token name = nextWord(start.end);
+    char* at = name.end;
+    if (isDeclaration) {
+        cutDeclarationEnd(name);
     }
     if (name.kind != TokenKind::text || name.length() == 0) {
         return fail(context, XMLError::missingStartTagName, name.begin);
     }
-    Token close{};
-    if (!readAttributes(context, isDeclaration, close)) {
-        return false;
+    TokenKind close = TokenKind::tagClose;
+    const bool isPlain = *at == '>';
+    at = isPlain ? at + 1 : readAttributes(context, at, isDeclaration, close);
+    if (at == nullptr) {
+        return nullptr;
     }
     Record& parent = context.open.innermost();
     Record& record = newRecord(*parent.document, &parent, name.begin, name.length(), isDeclaration);
     *name.end = '\0';
-    storeAttributes(record, context.attributes);
-    if (isDeclaration || close.kind == TokenKind::shortHandClose) {
-        context.open.addClosed(record);
-    } else {
+    if (!isPlain) {
+        storeAttributes(record, context.attributes);
+    }
+    context.open.addChild(record);
+    if (!isDeclaration && close == TokenKind::tagClose) {
         context.open.open(record);
     }
-    return true;
+    return at;
 }
 
-/// Closes the innermost open element of the name that follows, with those open inside it.
-bool readEndTag(ParseContext& context, const char* tagStart) {
-    const Token name = context.tokens.next();
+/// Closes the innermost open element of the name that is read, with those open inside it.
+char* closeNamed(ParseContext& context, const Token& start) {
+    const Token name = nextToken(start.end);
     if (name.kind != TokenKind::text) {
         return fail(context, XMLError::missingEndTagName, name.begin);
     }
-    const Token close = context.tokens.next();
+    const Token close = nextToken(name.end);
     if (close.kind != TokenKind::tagClose) {
         return fail(context, XMLError::unexpectedToken, close.begin);
     }
@@ -160,58 +168,78 @@ bool readEndTag(ParseContext& context, const char* tagStart) {
         named = named->parent;
     }
     if (named->parent == nullptr) {
-        return fail(context, XMLError::unmatchedEndTag, tagStart);
+        return fail(context, XMLError::unmatchedEndTag, start.begin);
     }
     for (; &context.open.innermost() != named; context.open.close()) {
-        warn(context, XMLError::unmatchedEndTagWarning, tagStart);
+        warn(context, XMLError::unmatchedEndTagWarning, start.begin);
     }
     context.open.close();
-    return true;
+    return close.end;
 }
 
-bool readClearSection(ParseContext& context, const Token& opener) {
-    char* const content = context.tokens.position();
-    char* const end = context.tokens.clearContentEnd(*opener.clearTag);
+char* readEndTag(ParseContext& context, const Token& start) {
+    const Record& innermost = context.open.innermost();
+    char* const behind = innermost.name == nullptr
+                             ? nullptr
+                             : behindEndTag(start.end, innermost.name, innermost.nameLength);
+    if (behind == nullptr) {
+        return closeNamed(context, start);
+    }
+    context.open.close();
+    return behind;
+}
+
+char* readClearSection(ParseContext& context, const Token& opener) {
+    const ClearTag& tag = *opener.clearTag;
+    char* const content = opener.end;
+    char* const end = strstr(content, tag.close);
     if (end == nullptr) {
         return fail(context, XMLError::unmatchedClearTagEnd, opener.begin);
     }
     *end = '\0';
-    context.open.addClear(*opener.clearTag, content, static_cast<uint32_t>(end - content));
-    return true;
+    const ClearSection clear{content, tag.open, tag.close, static_cast<uint32_t>(end - content)};
+    if (&tag == &commentTag && context.settings.mergeTextsAroundComments) {
+        context.open.addComment(clear);
+    } else {
+        context.open.addClear(clear);
+    }
+    return end + strlen(tag.close);
 }
 
 /// Appends a decoded text to the text that stood before the last comment. The bytes of that
 /// comment, no longer needed, are the room for it.
-void appendText(Item& before, const char* text, uint32_t length, uint32_t escaped) {
-    memmove(before.bytes + before.length, text, length);
-    before.length += length;
-    before.escapedLength += escaped;
-    before.bytes[before.length] = '\0';
+void appendText(Text& before, const Text& text) {
+    char* const end = const_cast<char*>(before.bytes) + before.length;
+    memmove(end, text.bytes, text.length);
+    end[text.length] = '\0';
+    before.length += text.length;
+    before.escapedLength += text.escapedLength;
 }
 
-/// Decodes a text and adds it to the innermost element.
+/// Decodes a text and adds it to the innermost element. False after an error.
 bool addText(ParseContext& context, char* text, uint32_t length, bool isPlain) {
     uint32_t escaped = length;
     if (!isPlain) {
         const char* errorAt = nullptr;
         const XMLError error = decodeEntities(text, length, context.settings.encoding, &errorAt);
         if (error != XMLError::none) {
-            return fail(context, error, errorAt);
+            fail(context, error, errorAt);
+            return false;
         }
         escaped = static_cast<uint32_t>(escapedLength(text, length));
     }
-    Item* const before =
-        context.settings.mergeTextsAroundComments ? context.open.textBeforeComment() : nullptr;
-    if (before != nullptr) {
-        appendText(*before, text, length, escaped);
+    const Text piece{text, length, escaped};
+    if (Text* const before = context.open.textBeforeComment(); before != nullptr) {
+        appendText(*before, piece);
     } else {
         text[length] = '\0';
-        context.open.addText(text, length, escaped);
+        context.open.addText(piece);
     }
     return true;
 }
 
-/// Adds the text between two tags, if there is any. The markup behind it has been read.
+/// Adds the text between two tags, if there is any. The token behind it has been read. False after
+/// an error.
 bool addPiece(ParseContext& context, const TextPiece& piece) {
     char* begin = piece.begin;
     char* end = piece.end;
@@ -225,25 +253,23 @@ bool addPiece(ParseContext& context, const TextPiece& piece) {
            addText(context, begin, static_cast<uint32_t>(end - begin), piece.isPlain);
 }
 
-/// Reads one piece of text and the markup behind it. False at the end of the text and on an error,
-/// which is left in the context.
-bool readNext(ParseContext& context) {
-    const TextPiece piece = context.tokens.nextPiece();
-    const Token markup = context.tokens.next();
+/// Reads one piece of text and the markup behind it. Null at the end of the text, too.
+char* readNext(ParseContext& context, char* at) {
+    const TextPiece piece = nextPiece(at);
+    const Token markup = nextMarkup(piece.end);
     if (!addPiece(context, piece)) {
-        return false;
+        return nullptr;
     }
     switch (markup.kind) {
         case TokenKind::tagStart:
-            return readStartTag(context, false);
         case TokenKind::declarationStart:
-            return readStartTag(context, true);
+            return readStartTag(context, markup);
         case TokenKind::endTagStart:
-            return readEndTag(context, markup.begin);
+            return readEndTag(context, markup);
         case TokenKind::clearSection:
             return readClearSection(context, markup);
         case TokenKind::end:
-            return false;
+            return nullptr;
         default:
             return fail(context, XMLError::unexpectedToken, markup.begin);
     }
@@ -270,22 +296,23 @@ void countPosition(const char* lpXML, size_t offset, XMLEncoding encoding, XMLRe
     }
 }
 
-/// Fills the root element of `pXML` from its text. The outcome is left in the context: `errorAt`
-/// is then the place in the text. Elements left open are closed with a warning; after an error the
-/// content of open elements is lost.
-void ParseXMLElement(ParseContext* pXML) {
+/// Fills the root element of `pXML` from the `length` bytes of its text. The outcome is left in the
+/// context: `errorAt` is then the place in the text. Elements left open are closed with a warning;
+/// after an error the content of open elements is lost.
+void ParseXMLElement(ParseContext* pXML, char* text, size_t length) {
     assert(pXML);
-    while (readNext(*pXML)) {
+    for (char* at = text; at != nullptr;) {
+        at = readNext(*pXML, at);
     }
     if (!isWarning(pXML->error)) {
         return;
     }
     for (; &pXML->open.innermost() != &pXML->root; pXML->open.close()) {
-        warn(*pXML, XMLError::unmatchedEndTagWarning, pXML->tokens.position());
+        warn(*pXML, XMLError::unmatchedEndTagWarning, text + length);
     }
     pXML->open.close();
     if (pXML->root.childCount == 0) {
-        warn(*pXML, XMLError::noXmlTagFound, pXML->tokens.position());
+        warn(*pXML, XMLError::noXmlTagFound, text + length);
     }
 }
 
@@ -318,14 +345,17 @@ XMLNode XMLNode::parse_(const char* text, size_t length, const XMLSettings& sett
         support::xml::setResults(results, XMLError::conversionFailed);
         return {};
     }
-    // Besides the text, records take about twice its size in an indented document of short texts.
+    // Records take three to four times the space of an indented document of short texts. One block
+    // for all is given back to the C library, and taken again, without a call of the kernel.
     constexpr size_t kRoomForSmallTrees = 512;
-    Document& document = *Document::create(length + length + kRoomForSmallTrees);
+    constexpr size_t kMostRoomAhead = size_t{4} << 20;
+    const size_t room = length + 4 * std::min(length, kMostRoomAhead / 4) + kRoomForSmallTrees;
+    Document& document = *Document::create(room);
     char* const copy = document.copy(text, length);
     Record& root = support::xml::newRecord(document, nullptr, nullptr, 0, false);
     const XMLNode whole(&root);
-    support::xml::ParseContext context(copy, root, settings);
-    support::xml::ParseXMLElement(&context);
+    support::xml::ParseContext context(root, settings);
+    support::xml::ParseXMLElement(&context, copy, length);
     if (context.error != XMLError::none && results != nullptr) {
         results->error = context.error;
         support::xml::countPosition(text, static_cast<size_t>(context.errorAt - copy),

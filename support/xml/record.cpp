@@ -17,7 +17,7 @@ constexpr size_t kLargestBlock = size_t{4} << 20;
 
 Document* Document::create(size_t room) {
     const size_t size = sizeof(Document) + room;
-    void* const memory = operator new(size);
+    void* const memory = operator new(size + kSlack);
     auto* const document = new (memory) Document();
     document->m_free = static_cast<char*>(memory) + sizeof(Document);
     document->m_end = static_cast<char*>(memory) + size;
@@ -28,7 +28,7 @@ Document* Document::create(size_t room) {
 void Document::addBlock_(size_t atLeast) {
     // As much again as there is, so that the number of blocks stays small in a tree of any size.
     const size_t size = sizeof(Block) + std::max(atLeast, std::min(m_total, kLargestBlock));
-    auto* const block = new (operator new(size)) Block{m_blocks};
+    auto* const block = new (operator new(size + kSlack)) Block{m_blocks};
     m_blocks = block;
     m_free = reinterpret_cast<char*>(block + 1);
     m_end = reinterpret_cast<char*>(block) + size;
@@ -49,6 +49,19 @@ char* Document::copy(const char* bytes, size_t length) {
     memcpy(text, bytes, length);
     text[length] = '\0';
     return text;
+}
+
+void growOrder(Record& record) {
+    const int32_t count = record.itemCount();
+    if (record.order != nullptr) {
+        makeRoom(*record.document, record.order, count);
+        return;
+    }
+    auto* const order = record.document->allocate<int32_t>(arrayRoom(count + 1));
+    for (int32_t place = 0; place < count; ++place) {
+        order[place] = record.entryAt(place);
+    }
+    record.order = order;
 }
 
 bool sameName(const char* left, size_t leftLength, const char* right, size_t rightLength) {

@@ -31,30 +31,57 @@ char* closingQuote(char* open) {
     }
 }
 
+Token wordAt(char* position) {
+    return {TokenKind::text, position, wordEnd(position), nullptr};
+}
+
+Token quotedAt(char* position) {
+    char* const close = closingQuote(position);
+    return close == nullptr ? wordAt(position)
+                            : Token{TokenKind::quotedText, position, close + 1, nullptr};
+}
+
 }  // namespace
 
 const ClearTag& commentTag = kClearTags[2];
 
-Token Tokeniser::takeSpecialMarkup_() {
+Token nextToken(char* position) {
+    position = skipSpace(position);
+    switch (*position) {
+        case '\0':
+            return {TokenKind::end, position, position, nullptr};
+        case '<':
+            return nextMarkup(position);
+        case '>':
+            return {TokenKind::tagClose, position, position + 1, nullptr};
+        case '=':
+            return {TokenKind::equals, position, position + 1, nullptr};
+        case '/':
+            return position[1] == '>'
+                       ? Token{TokenKind::shortHandClose, position, position + 2, nullptr}
+                       : wordAt(position);
+        case '"':
+        case '\'':
+            return quotedAt(position);
+        default:
+            return wordAt(position);
+    }
+}
+
+Token specialMarkup(char* position) {
     for (const ClearTag& tag : kClearTags) {
-        if (strncmp(m_position, tag.open, tag.openLength) == 0) {
-            return take_(TokenKind::clearSection, tag.openLength, &tag);
+        if (strncmp(position, tag.open, tag.openLength) == 0) {
+            return {TokenKind::clearSection, position, position + tag.openLength, &tag};
         }
     }
-    return m_position[1] == '?' ? take_(TokenKind::declarationStart, 2)
-                                : take_(TokenKind::tagStart, 1);
-}
-
-Token Tokeniser::takeQuoted_() {
-    const char* const close = closingQuote(m_position);
-    if (close == nullptr) {
-        return takeWord_();
+    if (position[1] == '?') {
+        return {TokenKind::declarationStart, position, position + 2, nullptr};
     }
-    return take_(TokenKind::quotedText, static_cast<size_t>(close + 1 - m_position));
+    return {TokenKind::tagStart, position, position + 1, nullptr};
 }
 
-char* Tokeniser::findPieceEnd_(char* position) {
-    char* tokenStart = m_position;  // behind the last quoted text
+char* findPieceEnd(const char* begin, char* position) {
+    const char* tokenStart = begin;  // behind the last quoted text
     for (;; ++position) {
         position = findClass(position, pieceStop);
         if (*position == '<' || *position == '\0') {
@@ -72,14 +99,6 @@ char* Tokeniser::findPieceEnd_(char* position) {
             }
         }
     }
-}
-
-char* Tokeniser::clearContentEnd(const ClearTag& tag) {
-    char* const end = strstr(m_position, tag.close);
-    if (end != nullptr) {
-        m_position = end + strlen(tag.close);
-    }
-    return end;
 }
 
 }  // namespace support::xml

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "support/xml/characters.h"
 
@@ -34,8 +35,8 @@ extern const ClearTag& commentTag;
 
 struct Token {
     TokenKind kind;
-    char* begin;  // in front of the quote or the marker; `end` is behind it
-    char* end;
+    char* begin;               // in front of the quote or the marker
+    char* end;                 // behind it: where the next token is looked for
     const ClearTag* clearTag;  // of a clear-section opener
 
     /// Bytes of a text token.
@@ -50,92 +51,76 @@ struct TextPiece {
     bool isPlain;  // holds no character that could be an entity or need escaping
 };
 
-/// Walks a text that ends with a zero byte and is never changed in front of the position reached.
-class Tokeniser {
-  public:
-    explicit Tokeniser(char* text) : m_position(text) {}
+// All of these take a position in a text that ends with a zero byte and that has not been changed
+// from there on. What every element of a document passes through is inline.
 
-    /// The next token, white space in front of it skipped. At the end it is the end token for ever.
-    Token next();
-    /// The bytes up to the next "<" or the end, as they stand. A tag close in between is where the
-    /// piece ends, too: it is the next token then.
-    TextPiece nextPiece();
-    /// The content of a clear section, up to its closing marker, which is skipped; null when there
-    /// is no such marker.
-    char* clearContentEnd(const ClearTag& tag);
-    /// Whether the next token is a tag close.
-    bool isBeforeTagClose();
+/// The first token at or behind `position`; at the end of the text, the end token.
+Token nextToken(char* position);
 
-    char* position() const { return m_position; }
+/// The bytes from `position` up to the next "<" or the end, as they stand. A tag close in between
+/// is where the piece ends, too: it is the next token then.
+inline TextPiece nextPiece(char* position);
 
-  private:
-    Token take_(TokenKind kind, size_t length, const ClearTag* clearTag = nullptr) {
-        char* const begin = m_position;
-        m_position += length;
-        return {kind, begin, m_position, clearTag};
-    }
-    Token takeWord_();
-    Token takeMarkup_();
-    Token takeSpecialMarkup_();
-    Token takeQuoted_();
-    char* findPieceEnd_(char* position);
+/// The token behind a piece of text.
+inline Token nextMarkup(char* pieceEnd);
 
-    char* m_position;
-};
+/// Whether the token at or behind `position` is a tag close.
+inline bool isBeforeTagClose(char* position) {
+    return *skipSpace(position) == '>';
+}
 
-// What every element of a document passes through is inline.
+/// The end of a piece of text from `begin` that is not plain: the first character that may be an
+/// entity, a quote or a tag close stands at `position`.
+char* findPieceEnd(const char* begin, char* position);
 
-inline Token Tokeniser::takeWord_() {
-    char* end = findClass(m_position + 1, wordStop);
+/// The token at `position`, where "<" stands in front of a character that some markers begin with.
+Token specialMarkup(char* position);
+
+/// The end of the word that begins at `position`.
+inline char* wordEnd(char* position) {
+    char* end = findClass(position + 1, wordStop);
     while (*end == '/' && end[1] != '>') {
         end = findClass(end + 1, wordStop);
     }
-    return take_(TokenKind::text, static_cast<size_t>(end - m_position));
+    return end;
 }
 
-inline Token Tokeniser::takeMarkup_() {
-    if (m_position[1] == '/') {
-        return take_(TokenKind::endTagStart, 2);
+/// The same as `nextToken`, made for where a word is expected without white space in front of it.
+inline Token nextWord(char* position) {
+    return isA(*position, wordStart) ? Token{TokenKind::text, position, wordEnd(position), nullptr}
+                                     : nextToken(position);
+}
+
+/// When an end tag whose name is looked for at `position` is just `name` and ">", the position
+/// behind it; otherwise null.
+inline char* behindEndTag(char* position, const char* name, uint32_t length) {
+    // As a token of its own, a name with these characters could mean something else.
+    const bool isPlain = isA(name[0], wordStart) && name[length - 1] != '/';
+    return isPlain && sameBytes(position, name, length) && position[length] == '>'
+               ? position + length + 1
+               : nullptr;
+}
+
+inline TextPiece nextPiece(char* position) {
+    char* const text = skipSpace(position);
+    char* const stop = findClass(text, pieceStop);
+    if (*stop == '<' || *stop == '\0') {
+        return {position, text, stop, true};
     }
-    return isA(m_position[1], markupStart) ? takeSpecialMarkup_() : take_(TokenKind::tagStart, 1);
+    return {position, text, findPieceEnd(position, stop), false};
 }
 
-[[gnu::always_inline]] inline Token Tokeniser::next() {
-    m_position = skipSpace(m_position);
-    switch (*m_position) {
-        case '\0':
-            return take_(TokenKind::end, 0);
-        case '<':
-            return takeMarkup_();
-        case '>':
-            return take_(TokenKind::tagClose, 1);
-        case '=':
-            return take_(TokenKind::equals, 1);
-        case '/':
-            return m_position[1] == '>' ? take_(TokenKind::shortHandClose, 2) : takeWord_();
-        case '"':
-        case '\'':
-            return takeQuoted_();
-        default:
-            return takeWord_();
+inline Token nextMarkup(char* pieceEnd) {
+    if (*pieceEnd != '<') {
+        return nextToken(pieceEnd);
     }
-}
-
-inline TextPiece Tokeniser::nextPiece() {
-    char* const begin = m_position;
-    char* const text = skipSpace(begin);
-    char* end = findClass(text, pieceStop);
-    const bool isPlain = *end == '<' || *end == '\0';
-    if (!isPlain) {
-        end = findPieceEnd_(end);
+    if (pieceEnd[1] == '/') {
+        return {TokenKind::endTagStart, pieceEnd, pieceEnd + 2, nullptr};
     }
-    m_position = end;
-    return {begin, text, end, isPlain};
-}
-
-inline bool Tokeniser::isBeforeTagClose() {
-    m_position = skipSpace(m_position);
-    return *m_position == '>';
+    if (isA(pieceEnd[1], markupStart)) {
+        return specialMarkup(pieceEnd);
+    }
+    return {TokenKind::tagStart, pieceEnd, pieceEnd + 1, nullptr};
 }
 
 }  // namespace support::xml

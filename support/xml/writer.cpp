@@ -16,7 +16,12 @@ namespace {
 class Measure {
   public:
     void put(char /*character*/) { ++m_size; }
+    template <size_t kSize>
+    void putLiteral(const char (&/*literal*/)[kSize]) {
+        m_size += kSize - 1;
+    }
     void put(const char* /*bytes*/, size_t length) { m_size += length; }
+    void putString(const char* string) { m_size += strlen(string); }
     void putTabs(size_t count) { m_size += count; }
     void putEscaped(const char* /*text*/, size_t /*length*/, size_t escaped) { m_size += escaped; }
     size_t size() const { return m_size; }
@@ -25,18 +30,35 @@ class Measure {
     size_t m_size = 0;
 };
 
-/// Writes into memory that has been measured.
+/// Writes into memory that has been measured, and up to `kSlack` bytes behind each piece, where the
+/// next one will stand or the memory goes on.
 class Output {
   public:
     explicit Output(char* memory) : m_position(memory) {}
     void put(char character) { *m_position++ = character; }
-    void put(const char* bytes, size_t length) {
-        memcpy(m_position, bytes, length);
-        m_position += length;
+    template <size_t kSize>
+    void putLiteral(const char (&literal)[kSize]) {
+        memcpy(m_position, literal, kSize - 1);
+        m_position += kSize - 1;
     }
+    /// `bytes` lie in a document.
+    void put(const char* bytes, size_t length) {
+        char* const end = m_position + length;
+        do {
+            memcpy(m_position, bytes, kSlack);
+            bytes += kSlack;
+            m_position += kSlack;
+        } while (m_position < end);
+        m_position = end;
+    }
+    void putString(const char* string) { m_position = stpcpy(m_position, string); }
     void putTabs(size_t count) {
-        memset(m_position, '\t', count);
-        m_position += count;
+        char* const end = m_position + count;
+        do {
+            memset(m_position, '\t', kSlack);
+            m_position += kSlack;
+        } while (m_position < end);
+        m_position = end;
     }
     void putEscaped(const char* text, size_t length, size_t escaped) {
         if (escaped == length) {
@@ -54,17 +76,18 @@ class Output {
 template <typename Sink>
 class Writer {
   public:
-    Writer(Sink& sink, bool isIndented) : m_sink(sink), m_isIndented(isIndented) {}
+    Writer(Sink sink, bool isIndented) : m_sink(sink), m_isIndented(isIndented) {}
 
     /// Goes down and up the tree by the records' own links, so that a tree of any depth needs no
-    /// more memory than a flat one.
-    void write(const Record& top) {
+    /// more memory than a flat one. Returns the sink, behind what was written. (All is inlined, so
+    /// that the sink's position stays in a register.)
+    [[gnu::flatten]] Sink write(const Record& top) {
         const Record* record = &top;
         int32_t place = 0;
         open_(top);
         for (;;) {
             if (!record->isDeclaration && place < record->itemCount()) {
-                const Record* const child = writeItem_(*record, record->order[place++]);
+                const Record* const child = writeItem_(*record, record->entryAt(place++));
                 if (child != nullptr) {
                     m_depth += depthOf_(*record);
                     record = child;
@@ -75,7 +98,7 @@ class Writer {
             }
             close_(*record);
             if (record == &top) {
-                return;
+                return m_sink;
             }
             place = record->place + 1;
             record = record->parent;
@@ -112,10 +135,10 @@ class Writer {
             writeAttribute_(record.attributes[i]);
         }
         if (record.isDeclaration) {
-            m_sink.put("?>", 2);
+            m_sink.putLiteral("?>");
             endLine_();
         } else if (record.itemCount() == 0) {
-            m_sink.put("/>", 2);
+            m_sink.putLiteral("/>");
             endLine_();
         } else {
             m_sink.put('>');
@@ -128,7 +151,7 @@ class Writer {
             return;
         }
         indent_(m_depth);
-        m_sink.put("</", 2);
+        m_sink.putLiteral("</");
         m_sink.put(record.name, record.nameLength);
         m_sink.put('>');
         endLine_();
@@ -138,7 +161,7 @@ class Writer {
         m_sink.put(' ');
         m_sink.put(attribute.name, attribute.nameLength);
         if (attribute.value != nullptr) {
-            m_sink.put("=\"", 2);
+            m_sink.putLiteral("=\"");
             m_sink.putEscaped(attribute.value, attribute.valueLength, attribute.escapedLength);
             m_sink.put('"');
         }
@@ -168,12 +191,12 @@ class Writer {
 
     // What was kept as it was written gets no layout either: in a PRE section it would be seen.
     void writeClear_(const ClearSection& clear) {
-        m_sink.put(clear.openTag, strlen(clear.openTag));
+        m_sink.putString(clear.openTag);
         m_sink.put(clear.content, clear.length);
-        m_sink.put(clear.closeTag, strlen(clear.closeTag));
+        m_sink.putString(clear.closeTag);
     }
 
-    Sink& m_sink;
+    Sink m_sink;
     const bool m_isIndented;
     size_t m_depth = 0;
 };
@@ -191,17 +214,15 @@ char* XMLNode::createString(int format, int* size) const {
         return nullptr;
     }
     const bool isIndented = format != 0 && settings().dropWhitespace;
-    Measure measure;
-    Writer<Measure>(measure, isIndented).write(*m_record);
+    const Measure measure = Writer(Measure(), isIndented).write(*m_record);
     if (measure.size() >= INT_MAX) {
         return nullptr;
     }
-    auto* const text = static_cast<char*>(malloc(measure.size() + 1));
+    auto* const text = static_cast<char*>(malloc(measure.size() + kSlack));
     if (text == nullptr) {
         return nullptr;
     }
-    Output output(text);
-    Writer<Output>(output, isIndented).write(*m_record);
+    Writer(Output(text), isIndented).write(*m_record);
     text[measure.size()] = '\0';
     if (size != nullptr) {
         *size = static_cast<int>(measure.size());

@@ -38,6 +38,30 @@ TEST(Build, ManyItemsAfterAParseKeepTheirOrder) {
     EXPECT_EQ(written(node), expected + "</a>");
 }
 
+TEST(Build, ContentOfOneKindTakesAnyOther) {
+    const struct {
+        const char* text;
+        int position;
+        const char* withText;
+        const char* withChild;
+    } rows[] = {
+        {"<a><b/><c/></a>", 1, "<a><b/>t<c/></a>", "<a><b/><e/>t<c/></a>"},
+        {"<a><b/><c/></a>", 0, "<a>t<b/><c/></a>", "<a><e/>t<b/><c/></a>"},
+        {"<a>x</a>", 0, "<a>tx</a>", "<a><e/>tx</a>"},
+        {"<a><!--1--></a>", -1, "<a><!--1-->t</a>", "<a><!--1-->t<e/></a>"},
+    };
+    for (const auto& row : rows) {
+        XMLNode node = XMLNode::parseString(row.text);
+        node.addText("t", row.position);
+        EXPECT_EQ(written(node), row.withText);
+        node.addChild("e", false, row.position);
+        EXPECT_EQ(written(node), row.withChild);
+    }
+    XMLNode node = XMLNode::parseString("<a><b/><c/></a>");
+    node.addChild("e", false, 1).addChild("f");
+    EXPECT_EQ(written(node), "<a><b/><e><f/></e><c/></a>");
+}
+
 /// The number that a document gives to a node.
 std::string numberOf(const XMLNode& node) {
     return node.isEmpty() ? "none" : node.attribute(0)->value;

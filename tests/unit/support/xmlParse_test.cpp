@@ -22,6 +22,9 @@ TEST(Parse, WellFormedTextsAreWrittenBack) {
         {"<?x a='1' ? ><?y?><?z w?><?x a=b?c?>", "<?x a=\"1\"?><?y?><?z w?><?x a=\"b?c\"?>"},
         {"<![CDATA[<b>&lt;]]]]><PRE><i>\n</PRE><a/>", "<![CDATA[<b>&lt;]]]]><PRE><i>\n</PRE><a/>"},
         {"<a><!-- <b> -- > --></a>", "<a><!-- <b> -- > --></a>"},
+        {"<'a>x</'a>", "<'a>x</'a>"},
+        {"<b/ >x</b/ >", "<b/>x</b/>"},
+        {"<longName1>x</longname1>", "<longName1>x</longName1>"},
     };
     for (const auto& [text, back] : rows) {
         XMLResults results{XMLError::cannotWrite, 7, 7};
@@ -49,6 +52,9 @@ TEST(Parse, ErrorsHaveACodeAndAPlace) {
         {nullptr, 9, 0, 0},
         {"<a>\n\xC3\xA4 < >", 4, 2, 5},
         {"<a></>", 5, 1, 6},
+        {"<'a></'a>'", 5, 1, 7},
+        {"<a/ ></a/>", 8, 1, 9},
+        {"<longName1></longName>", 6, 1, 12},
         {"<a/>\r\n</a>", 6, 2, 1},
         {"<a><!-- x</a>", 7, 1, 4},
         {"<a b", 8, 1, 5},
@@ -103,6 +109,7 @@ TEST(Texts, AreTrimmedAndMerged) {
         {"<a>x<!--1--> <!--2-->y</a>", "|x||y|", 2},
         {"<a>x<![CDATA[1]]>y</a>", "|x||y|", 1},
         {"<a>x<b/><!--1-->y</a>", "|x||y|", 1},
+        {"<a>x<!--1--><b/>y</a>", "|x||y|", 1},
     };
     for (const auto& row : rows) {
         const XMLNode node = XMLNode::parseString(row.text);
