@@ -146,7 +146,9 @@ asio::awaitable<void> Watcher::beat_() {
 }
 
 bool Watcher::isAgentSilent_() const {
-    return steady_clock::now() - m_asked > kSilence && !m_door.queue.isAtSlowCommand();
+    // A question may also wait behind others, which an agent that is well is busy with.
+    const Time since = std::max(m_asked, m_door.queue.agentHeard());
+    return steady_clock::now() - since > kSilence && !m_door.queue.isAtSlowCommand();
 }
 
 void Watcher::setUp_(bool isUp) {
