@@ -86,13 +86,17 @@ def test_what_is_no_request(daemon, start_gate):
     gate = start_gate(seconds="request = 1")
     cookie = paired(gate)
     behind = head("GET /api/v1/status", Cookie=cookie)
+    kept = {"Connection": None}
     for status, sent in [
-            (400, head("POST /api/v1/launch", Content_Length=5, Transfer_Encoding="chunked")),
-            (400, head("POST /api/v1/launch", Transfer_Encoding="chunked") + b"0\r\n\r\n"),
-            (400, head("POST /api/v1/launch", Transfer_Encoding="x, chunked") + b"0\r\n\r\n"),
-            (400, head("GET /", Content_Length="0\r\nContent-Length: 9")),
-            (400, head("GET /", Content_Length="+5")), (400, head("GET /", Content_Length="5, 6")),
-            (400, head("GET /", Host=f"{OWN}\r\nHost: evil.example")),
+            (400, head("POST /api/v1/launch", Content_Length=5, Transfer_Encoding="chunked", **kept)),
+            (400, head("POST /api/v1/launch", Transfer_Encoding="chunked", **kept) + b"0\r\n\r\n"),
+            (400, head("GET /", Transfer_Encoding="x, chunked", **kept) + b"0\r\n\r\n"),
+            (400, head("GET /", Transfer_Encoding="xchunked", **kept)),
+            (400, head("GET /", Transfer_Encoding="chunked, identity", **kept)),
+            (400, head("GET /", Content_Length="0\r\nContent-Length: 9", **kept)),
+            (400, head("GET /", Content_Length="+5", **kept)),
+            (400, head("GET /", Content_Length="5, 6", **kept)),
+            (400, head("GET /", Host=f"{OWN}\r\nHost: evil.example", **kept)),
             (400, head("GET /", Host=OWN).replace(b"\r\n", b"\n")),
             (400, head("GET /").replace(b"Host:", b"Host :")),
             (400, head("GET /", X="a\r\n b:\0")), (400, b"\x16\x03\x01\x02\x00" * 9),
