@@ -75,6 +75,7 @@ def test_who_is_let_in(desktop, daemon, start_gate):
             (404, "GET /api/v1/packages/..%2F..%2Fetc%2Fpasswd/icon/phone"), (404, "GET /index.html"),
             (405, "GET /api/v1/launch"), (405, "PUT /api/v1/launch"), (405, "POST /"), (200, "HEAD /")]:
         assert exchange(head(line, Cookie=cookie, Origin=f"https://{OWN}"))[0] == status, line
+    assert post("pair", {}, Content_Type=None)[0] == 415
     assert "<cmd>Launch" not in daemon.log()
     assert post("launch", LAUNCH, Cookie=f"a=b; {cookie}")[0] == 204
     assert "<cmd>Launch" in daemon.log()
