@@ -79,6 +79,7 @@ template <typename Stream>
 asio::awaitable<bool> give(Stream& stream, WebContext& context, const Request& request,
                            Response& response) {
     complete(response, request, context.door.settings.web.isStrict);
+    response.keep_alive(response.keep_alive() && !context.isEnding);
     beast::get_lowest_layer(stream).expires_after(seconds(context.door.settings.silenceSeconds));
     const auto [error, count] = co_await http::async_write(stream, response, kResult);
     co_return !error;
@@ -105,7 +106,7 @@ asio::awaitable<void> streamEvents(Stream& stream, WebContext& context, Request&
     http::response_serializer<http::string_body> serializer(head);
     auto [error, count] = co_await http::async_write_header(stream, serializer, kResult);
     const auto subscription = context.watcher.subscribe();
-    while (!error) {
+    while (!error && !context.isEnding) {
         lowest.expires_never();
         const std::string events = co_await subscription->next();
         if (events.empty() || !context.devices.isPaired(device)) {
