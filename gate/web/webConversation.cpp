@@ -1,5 +1,8 @@
 #include "gate/web/webConversation.h"
 
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
@@ -85,6 +88,14 @@ asio::awaitable<bool> give(Stream& stream, WebContext& context, const Request& r
     co_return !error;
 }
 
+/// Has the kernel end a connection whose peer acknowledges nothing for `limit`: a phone that leaves
+/// the network says no word, and the buffer of its socket takes events for many minutes.
+void endWhenDeaf(asio::ip::tcp::socket& socket, seconds limit) {
+    const auto milliseconds = static_cast<unsigned>(std::chrono::milliseconds(limit).count());
+    setsockopt(socket.native_handle(), IPPROTO_TCP, TCP_USER_TIMEOUT, &milliseconds,
+               sizeof milliseconds);
+}
+
 template <typename Stream>
 asio::awaitable<void> streamEvents(Stream& stream, WebContext& context, Request& request,
                                    const std::string& device) {
@@ -103,6 +114,7 @@ asio::awaitable<void> streamEvents(Stream& stream, WebContext& context, Request&
     PlainStream& lowest = beast::get_lowest_layer(stream);
     const seconds silence(context.door.settings.silenceSeconds);
     lowest.expires_after(silence);
+    endWhenDeaf(lowest.socket(), silence);
     http::response_serializer<http::string_body> serializer(head);
     auto [error, count] = co_await http::async_write_header(stream, serializer, kResult);
     const auto subscription = context.watcher.subscribe();
