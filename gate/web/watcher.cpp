@@ -197,8 +197,10 @@ void Watcher::takeWindows_(const std::string& document) {
     for (const XMLNode& item : companion::itemsOf(root)) {
         Window window{companion::childText(item, protocol::kWindowIdElement),
                       companion::childText(item, protocol::kWindowTitleElement), ""};
-        const auto known =
-            std::ranges::find_if(m_windows, [&](const Window& old) { return old.id == window.id; });
+        // While nobody watched, another program may have got the number of one that has ended.
+        const auto known = std::ranges::find_if(m_windows, [&](const Window& old) {
+            return old.id == window.id && (m_isKnown || old.title == window.title);
+        });
         window.package = known == m_windows.end() ? openedBy_(window.title) : known->package;
         found.push_back(std::move(window));
     }
