@@ -191,6 +191,9 @@ asio::awaitable<Response> Api::launch_(Address client, const Call& call) {
     if (call.package.find_first_not_of(" \t\r\n") == std::string::npos) {
         co_return problemResponse({ProblemKind::badRequest, "The package has no name."});
     }
+    if (!m_watcher.isKnown()) {  // what is open already is none of the windows to come
+        co_await m_watcher.readWindows();
+    }
     const std::string request = companion::requestText(kLaunch, {call.package});
     const Answer answer = co_await ask_(client, request);
     if (answer.reply.kind != Kind::answered) {

@@ -79,6 +79,9 @@ def test_who_is_let_in(desktop, daemon, start_gate):
     assert "<cmd>Launch" not in daemon.log()
     assert post("launch", LAUNCH, Cookie=f"a=b; {cookie}")[0] == 204
     assert "<cmd>Launch" in daemon.log()
+    status = head("GET /api/v1/status", Cookie=cookie)
+    wait_until(lambda: '"package":"Player"' in exchange(status)[1])
+    assert '"title":"Torvik","package":null' in exchange(status)[1]
 
 
 def test_what_is_no_request(daemon, start_gate):
