@@ -146,7 +146,9 @@ asio::awaitable<AgentReply> AgentQueue::converse_(Job& job) {
         AgentReply reply = co_await askAgent(agent, job.request, limit);
         const bool isUp = reply.kind == Kind::answered || reply.kind == Kind::silent;
         setUp_(isUp);
-        if (!isUp) {
+        if (isUp) {
+            m_heard = steady_clock::now();
+        } else {
             giveUpLate_();
         }
         if (reply.kind != Kind::gone || steady_clock::now() + pause - job.arrival > limit) {

@@ -49,6 +49,8 @@ class AgentQueue final {
     size_t waiting() const noexcept { return m_waiting; }
     bool isAgentUp() const noexcept { return m_isUp; }
     Time agentSince() const noexcept { return m_since; }
+    /// When the agent last ended a conversation as it should.
+    Time agentHeard() const noexcept { return m_heard; }
     /// The agent is at a command that may stop packages before it answers.
     bool isAtSlowCommand() const noexcept { return m_isAtSlowCommand; }
     uint64_t conversations() const noexcept { return m_conversations; }
@@ -89,6 +91,7 @@ class AgentQueue final {
     bool m_isUp = false;
     bool m_isAtSlowCommand = false;
     Time m_since = std::chrono::steady_clock::now();
+    Time m_heard{};
 };
 
 }  // namespace gate

@@ -144,6 +144,7 @@ asio::awaitable<void> WebDoor::converse_(tcp::socket socket, WebConnection& conn
 void WebDoor::end() {
     boost::system::error_code ignored;
     m_acceptor.close(ignored);
+    m_shared.isEnding = true;
     m_watcher.end();
     for (WebConnection* const connection : m_connections) {
         if (connection->isAsking && connection->stream != nullptr) {
