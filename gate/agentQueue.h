@@ -60,6 +60,7 @@ class AgentQueue final {
         Time arrival;
         Time begun{};
         boost::asio::steady_timer finished;  ///< cancelled when `answer` holds
+        bool isTaken = false;  ///< it waits no more, although it may still stand in a line
         bool isDone = false;
         Answer answer{};
     };
@@ -67,7 +68,8 @@ class AgentQueue final {
 
     JobPtr join_(const Address& client, const std::string& request, const Command* command,
                  Time arrival);
-    JobPtr next_();
+    void take_(Job& job);
+    JobPtr next_();  ///< null when none waits
     void finish_(const JobPtr& job, AgentReply reply);
     void setUp_(bool isUp);
     boost::asio::awaitable<void> work_();
