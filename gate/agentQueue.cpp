@@ -26,6 +26,11 @@ bool isStatus(const Command* command) {
     return command != nullptr && std::string_view(command->name) == protocol::kGetStatus;
 }
 
+/// Equal requests that wait are answered by one conversation; null is the gate's own.
+bool isShared(const Command* command) {
+    return command == nullptr || command->isShared;
+}
+
 }  // namespace
 
 AgentQueue::AgentQueue(asio::io_context& context, const Settings& settings)
@@ -60,10 +65,9 @@ asio::awaitable<Answer> AgentQueue::ask(Address client, const std::string& reque
 
 AgentQueue::JobPtr AgentQueue::join_(const Address& client, const std::string& request,
                                      const Command* command, Time arrival) {
-    const bool isShared = command == nullptr || command->isShared;
     const auto same = m_shared.find(request);
     JobPtr job;
-    if (isShared && same != m_shared.end()) {
+    if (isShared(command) && same != m_shared.end()) {
         job = same->second;
     } else {
         job = std::make_shared<Job>(
@@ -73,7 +77,7 @@ AgentQueue::JobPtr AgentQueue::join_(const Address& client, const std::string& r
                 {},
                 asio::steady_timer(m_context, steady_clock::time_point::max())});
     }
-    if (isShared) {
+    if (isShared(command)) {
         m_shared[request] = job;
     }
     // One that was joined is in the lines of all who ask for it: a client that waits behind many
@@ -144,6 +148,9 @@ asio::awaitable<void> AgentQueue::work_() {
                 m_refreshed.collect(status);
                 reply = AgentReply::answeredWith(std::move(status));
             }
+            if (reply.payload && isShared(job->command)) {
+                keepOnce_(job->request, reply.payload);
+            }
         } catch (const std::exception&) {  // memory is lacking: the others have to be served
             reply.kind = Kind::failed;
         }
@@ -151,6 +158,16 @@ asio::awaitable<void> AgentQueue::work_() {
         finish_(job, std::move(reply));
     }
     m_isWorking = false;
+}
+
+/// However many clients are slow to take an icon, it is in memory once.
+void AgentQueue::keepOnce_(const std::string& request, Payload& payload) {
+    std::erase_if(m_payloads, [](const auto& entry) { return entry.second.expired(); });
+    Payload::weak_type& kept = m_payloads[request];
+    if (const auto last = kept.lock(); last && *last == *payload) {
+        payload = last;
+    }
+    kept = payload;
 }
 
 asio::awaitable<AgentReply> AgentQueue::converse_(Job& job) {
