@@ -62,15 +62,19 @@ class AgentQueue final {
         Time arrival;
         Time begun{};
         boost::asio::steady_timer finished;  ///< cancelled when `answer` holds
+        bool isTaken = false;  ///< it waits no more, although it may still stand in a line
         bool isDone = false;
         Answer answer{};
     };
     using JobPtr = std::shared_ptr<Job>;
+    using Payload = std::shared_ptr<const std::string>;
 
     JobPtr join_(const Address& client, const std::string& request, const Command* command,
                  Time arrival);
-    JobPtr next_();
+    void take_(Job& job);
+    JobPtr next_();  ///< null when none waits
     void finish_(const JobPtr& job, AgentReply reply);
+    void keepOnce_(const std::string& request, Payload& payload);
     void setUp_(bool isUp);
     boost::asio::awaitable<void> work_();
     boost::asio::awaitable<AgentReply> converse_(Job& job);
@@ -82,7 +86,9 @@ class AgentQueue final {
     std::map<Address, std::deque<JobPtr>> m_lines;
     std::list<Address> m_turns;              ///< the addresses that have a line, the next one first
     std::map<std::string, JobPtr> m_shared;  ///< requests that wait and may be joined
-    std::string m_envelope;                  ///< the agent's answer to an unknown command
+    /// The last payload of each request, while a client has yet to take it.
+    std::map<std::string, Payload::weak_type> m_payloads;
+    std::string m_envelope;  ///< the agent's answer to an unknown command
     Time m_envelopeSince{};
     RefreshedMark m_refreshed;
     size_t m_waiting = 0;
