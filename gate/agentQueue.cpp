@@ -26,6 +26,11 @@ bool isStatus(const Command* command) {
     return command != nullptr && std::string_view(command->name) == protocol::kGetStatus;
 }
 
+/// Equal requests that wait are answered by one conversation; null is the gate's own.
+bool isShared(const Command* command) {
+    return command == nullptr || command->isShared;
+}
+
 }  // namespace
 
 AgentQueue::AgentQueue(asio::io_context& context, const Settings& settings)
@@ -49,6 +54,7 @@ asio::awaitable<Answer> AgentQueue::ask(Address client, const std::string& reque
     } while (job->answer.reply.kind == Kind::gone && job->arrival < arrival);
     --m_waiting;
     Answer answer = job->answer;
+    answer.queued -= arrival - job->arrival;  // one that was joined has waited longer
     if (isStatus(command) && answer.reply.kind == Kind::answered) {
         std::string status = answer.reply.text();
         m_refreshed.give(client, status);
@@ -59,41 +65,58 @@ asio::awaitable<Answer> AgentQueue::ask(Address client, const std::string& reque
 
 AgentQueue::JobPtr AgentQueue::join_(const Address& client, const std::string& request,
                                      const Command* command, Time arrival) {
-    const bool isShared = command == nullptr || command->isShared;
-    if (const auto same = m_shared.find(request); isShared && same != m_shared.end()) {
-        return same->second;
+    const auto same = m_shared.find(request);
+    JobPtr job;
+    if (isShared(command) && same != m_shared.end()) {
+        job = same->second;
+    } else {
+        job = std::make_shared<Job>(
+            Job{request,
+                command,
+                arrival,
+                {},
+                asio::steady_timer(m_context, steady_clock::time_point::max())});
     }
-    JobPtr job =
-        std::make_shared<Job>(Job{request,
-                                  command,
-                                  arrival,
-                                  {},
-                                  asio::steady_timer(m_context, steady_clock::time_point::max())});
+    if (isShared(command)) {
+        m_shared[request] = job;
+    }
+    // One that was joined is in the lines of all who ask for it: a client that waits behind many
+    // requests of its own must not make the others wait for those.
     std::deque<JobPtr>& line = m_lines[client];
     if (line.empty()) {
         m_turns.push_back(client);
     }
-    line.push_back(job);
-    if (isShared) {
-        m_shared[request] = job;
+    if (std::ranges::find(line, job) == line.end()) {
+        line.push_back(job);
     }
     return job;
 }
 
-AgentQueue::JobPtr AgentQueue::next_() {
-    const Address address = m_turns.front();
-    m_turns.pop_front();
-    const auto line = m_lines.find(address);
-    JobPtr job = line->second.front();
-    line->second.pop_front();
-    if (line->second.empty()) {
-        m_lines.erase(line);
-    } else {
-        m_turns.push_back(address);
-    }
-    if (const auto shared = m_shared.find(job->request);
-        shared != m_shared.end() && shared->second == job) {
+void AgentQueue::take_(Job& job) {
+    job.isTaken = true;
+    if (const auto shared = m_shared.find(job.request);
+        shared != m_shared.end() && shared->second.get() == &job) {
         m_shared.erase(shared);
+    }
+}
+
+AgentQueue::JobPtr AgentQueue::next_() {
+    JobPtr job;
+    while (!job && !m_turns.empty()) {
+        const Address address = m_turns.front();
+        m_turns.pop_front();
+        const auto line = m_lines.find(address);
+        std::erase_if(line->second, [](const JobPtr& each) { return each->isTaken; });
+        if (!line->second.empty()) {
+            job = line->second.front();
+            line->second.pop_front();
+            take_(*job);
+        }
+        if (line->second.empty()) {
+            m_lines.erase(line);
+        } else {
+            m_turns.push_back(address);
+        }
     }
     return job;
 }
@@ -115,8 +138,7 @@ void AgentQueue::setUp_(bool isUp) {
 }
 
 asio::awaitable<void> AgentQueue::work_() {
-    while (!m_turns.empty()) {
-        const JobPtr job = next_();
+    while (const JobPtr job = next_()) {
         AgentReply reply;
         m_isAtSlowCommand = job->command != nullptr && job->command->isSlow;
         try {
@@ -126,6 +148,9 @@ asio::awaitable<void> AgentQueue::work_() {
                 m_refreshed.collect(status);
                 reply = AgentReply::answeredWith(std::move(status));
             }
+            if (reply.payload && isShared(job->command)) {
+                keepOnce_(job->request, reply.payload);
+            }
         } catch (const std::exception&) {  // memory is lacking: the others have to be served
             reply.kind = Kind::failed;
         }
@@ -133,6 +158,16 @@ asio::awaitable<void> AgentQueue::work_() {
         finish_(job, std::move(reply));
     }
     m_isWorking = false;
+}
+
+/// However many clients are slow to take an icon, it is in memory once.
+void AgentQueue::keepOnce_(const std::string& request, Payload& payload) {
+    std::erase_if(m_payloads, [](const auto& entry) { return entry.second.expired(); });
+    Payload::weak_type& kept = m_payloads[request];
+    if (const auto last = kept.lock(); last && *last == *payload) {
+        payload = last;
+    }
+    kept = payload;
 }
 
 asio::awaitable<AgentReply> AgentQueue::converse_(Job& job) {
@@ -146,7 +181,9 @@ asio::awaitable<AgentReply> AgentQueue::converse_(Job& job) {
         AgentReply reply = co_await askAgent(agent, job.request, limit);
         const bool isUp = reply.kind == Kind::answered || reply.kind == Kind::silent;
         setUp_(isUp);
-        if (!isUp) {
+        if (isUp) {
+            m_heard = steady_clock::now();
+        } else {
             giveUpLate_();
         }
         if (reply.kind != Kind::gone || steady_clock::now() + pause - job.arrival > limit) {
@@ -163,12 +200,11 @@ void AgentQueue::giveUpLate_() {
     const Time now = steady_clock::now();
     for (auto& [address, line] : m_lines) {
         std::erase_if(line, [&](const JobPtr& job) {
-            const bool isLate = now - job->arrival > limitOf_(job->command);
-            if (isLate) {
-                std::erase_if(m_shared, [&](const auto& shared) { return shared.second == job; });
+            if (!job->isTaken && now - job->arrival > limitOf_(job->command)) {
+                take_(*job);
                 finish_(job, {});
             }
-            return isLate;
+            return job->isTaken;
         });
     }
     m_turns.remove_if([this](const Address& address) { return m_lines[address].empty(); });

@@ -49,6 +49,8 @@ class AgentQueue final {
     size_t waiting() const noexcept { return m_waiting; }
     bool isAgentUp() const noexcept { return m_isUp; }
     Time agentSince() const noexcept { return m_since; }
+    /// When the agent last ended a conversation as it should.
+    Time agentHeard() const noexcept { return m_heard; }
     /// The agent is at a command that may stop packages before it answers.
     bool isAtSlowCommand() const noexcept { return m_isAtSlowCommand; }
     uint64_t conversations() const noexcept { return m_conversations; }
@@ -60,15 +62,19 @@ class AgentQueue final {
         Time arrival;
         Time begun{};
         boost::asio::steady_timer finished;  ///< cancelled when `answer` holds
+        bool isTaken = false;  ///< it waits no more, although it may still stand in a line
         bool isDone = false;
         Answer answer{};
     };
     using JobPtr = std::shared_ptr<Job>;
+    using Payload = std::shared_ptr<const std::string>;
 
     JobPtr join_(const Address& client, const std::string& request, const Command* command,
                  Time arrival);
-    JobPtr next_();
+    void take_(Job& job);
+    JobPtr next_();  ///< null when none waits
     void finish_(const JobPtr& job, AgentReply reply);
+    void keepOnce_(const std::string& request, Payload& payload);
     void setUp_(bool isUp);
     boost::asio::awaitable<void> work_();
     boost::asio::awaitable<AgentReply> converse_(Job& job);
@@ -80,7 +86,9 @@ class AgentQueue final {
     std::map<Address, std::deque<JobPtr>> m_lines;
     std::list<Address> m_turns;              ///< the addresses that have a line, the next one first
     std::map<std::string, JobPtr> m_shared;  ///< requests that wait and may be joined
-    std::string m_envelope;                  ///< the agent's answer to an unknown command
+    /// The last payload of each request, while a client has yet to take it.
+    std::map<std::string, Payload::weak_type> m_payloads;
+    std::string m_envelope;  ///< the agent's answer to an unknown command
     Time m_envelopeSince{};
     RefreshedMark m_refreshed;
     size_t m_waiting = 0;
@@ -89,6 +97,7 @@ class AgentQueue final {
     bool m_isUp = false;
     bool m_isAtSlowCommand = false;
     Time m_since = std::chrono::steady_clock::now();
+    Time m_heard{};
 };
 
 }  // namespace gate

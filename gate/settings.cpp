@@ -53,7 +53,11 @@ std::string takeNames(Settings& settings, const toml::node& node) {
     for (size_t number = 0; list != nullptr && number < list->size(); ++number) {
         settings.web.names.push_back(list->get(number)->value_or(std::string()));
     }
-    return list != nullptr && std::ranges::count(settings.web.names, "") == 0
+    // Scheme and port are no part of a name, and none would ever be asked for so.
+    const auto isName = [](const std::string& name) {
+        return !name.empty() && name.find_first_of(":/ ") == std::string::npos;
+    };
+    return list != nullptr && std::ranges::all_of(settings.web.names, isName)
                ? ""
                : "a list of host names, such as [\"tv.home.example\"]";
 }

@@ -62,6 +62,7 @@ export default {
     'nobody-logged-in': 'Am Fernseher ist niemand angemeldet.',
     'no-permission': 'Das ist hier nicht erlaubt.',
     'agent-gone': 'Der Fernseher antwortet nicht.',
+    'cannot-pair': 'Der Server kann kein weiteres Gerät koppeln. Sein Protokoll nennt den Grund.',
     network: 'Keine Verbindung. Gleich noch einmal versuchen.',
     timeout: 'Es kam rechtzeitig keine Antwort.',
     other: 'Das hat nicht geklappt.',

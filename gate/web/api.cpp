@@ -86,11 +86,9 @@ Json packageAsJson(const XMLNode& item) {
 std::variant<Api::PairedCall, Problem> Api::admit(const Request& request, const Site& site) {
     const auto host = request[http::field::host];
     const auto origin = request[http::field::origin];
-    auto call = readCall(request);
-    const bool isPairing =
-        std::holds_alternative<Call>(call) && std::get<Call>(call).kind == Call::Kind::pair;
-    const Device* const device = isPairing ? nullptr : m_devices.find(tokenOf(request));
-    if (device == nullptr && !isPairing) {
+    const bool isForAll = isPairing(request);
+    const Device* const device = isForAll ? nullptr : m_devices.find(tokenOf(request));
+    if (device == nullptr && !isForAll) {
         return Problem{ProblemKind::notPaired, "Run \"kallogate pair\" on the server."};
     }
     // A browser names the page that a request comes from with everything that changes something.
@@ -98,6 +96,7 @@ std::variant<Api::PairedCall, Problem> Api::admit(const Request& request, const 
         !site.isOwnOrigin({origin.data(), origin.size()}, {host.data(), host.size()})) {
         return Problem{ProblemKind::foreignOrigin};
     }
+    auto call = readCall(request);
     if (std::holds_alternative<Problem>(call)) {
         return std::get<Problem>(call);
     }
@@ -189,8 +188,11 @@ asio::awaitable<Response> Api::answerIcon_(Address client, const Call& call) {
 }
 
 asio::awaitable<Response> Api::launch_(Address client, const Call& call) {
-    if (call.package.empty()) {
+    if (call.package.find_first_not_of(" \t\r\n") == std::string::npos) {
         co_return problemResponse({ProblemKind::badRequest, "The package has no name."});
+    }
+    if (!m_watcher.isKnown()) {  // what is open already is none of the windows to come
+        co_await m_watcher.readWindows();
     }
     const std::string request = companion::requestText(kLaunch, {call.package});
     const Answer answer = co_await ask_(client, request);

@@ -51,7 +51,8 @@ std::optional<Call> readIcon(std::string_view path) {
     Call call{Kind::icon};
     call.package = percentDecoded(path.substr(kStart.size(), middle - kStart.size()));
     call.icon = std::string(path.substr(middle + kMiddle.size()));
-    const bool isSound = !call.package.empty() && (call.icon == "phone" || call.icon == "pad");
+    const bool isName = !call.package.empty() && call.package.find('\0') == std::string::npos;
+    const bool isSound = isName && (call.icon == "phone" || call.icon == "pad");
     return isSound ? std::optional(call) : std::nullopt;
 }
 
@@ -60,6 +61,14 @@ bool isJson(const Request& request) {
     type.resize(std::min(type.find(';'), type.size()));
     type.erase(type.find_last_not_of(" \t") + 1);
     return boost::beast::iequals(type, "application/json");
+}
+
+/// The target of a request below kApiPath.
+std::string_view pathOf(const Request& request) {
+    std::string_view path(request.target().data(), request.target().size());
+    path = path.substr(0, path.find('?'));
+    path.remove_prefix(std::min(kApiPath.size(), path.size()));
+    return path;
 }
 
 Problem otherMethod(http::verb allowed) {
@@ -82,6 +91,10 @@ std::variant<Call, Problem> readBody(const Row& row, const Request& request) {
                            std::string("The text \"") + member.name + "\" is missing."};
         }
         call.*member.place = found->get<std::string>();
+        if ((call.*member.place).find('\0') != std::string::npos) {
+            return Problem{ProblemKind::badRequest,
+                           std::string("The text \"") + member.name + "\" holds a NUL byte."};
+        }
     }
     return call;
 }
@@ -104,10 +117,12 @@ std::string percentDecoded(std::string_view text) {
     return decoded;
 }
 
+bool isPairing(const Request& request) {
+    return pathOf(request) == "pair";
+}
+
 std::variant<Call, Problem> readCall(const Request& request) {
-    std::string_view path(request.target().data(), request.target().size());
-    path = path.substr(0, path.find('?'));
-    path.remove_prefix(std::min(kApiPath.size(), path.size()));
+    const std::string_view path = pathOf(request);
     if (const auto icon = readIcon(path)) {
         return request.method() == http::verb::get ? std::variant<Call, Problem>(*icon)
                                                    : otherMethod(http::verb::get);

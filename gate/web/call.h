@@ -35,6 +35,10 @@ struct Call {
     std::string code{};
 };
 
+/// Whether the target, which begins with kApiPath, is that of a call that pairs a device, sound or
+/// not. Any thread.
+bool isPairing(const Request& request);
+
 /// Reads a request whose target begins with kApiPath: its method, its target, and for what changes
 /// something the type and the members of its body. Any thread.
 std::variant<Call, Problem> readCall(const Request& request);

@@ -22,7 +22,7 @@ constexpr Row kRows[] = {
     {"foreign-origin", 403, "The request comes from another site"},
     {"wrong-code", 403, "The code is wrong or no longer valid"},
     {"not-found", 404, "There is nothing of that name"},
-    {"method-not-allowed", 405, "That cannot be done here"},
+    {"method-not-allowed", 405, "The call takes another method"},
     {"package-not-found", 404, "There is no such package"},
     {"no-icon", 404, "The package has no such icon"},
     {"no-permission", 403, "The package is for administrators"},
@@ -31,7 +31,7 @@ constexpr Row kRows[] = {
     {"somebody-at-television", 409, "Somebody is at the television already"},
     {"login-refused", 403, "User or password is wrong"},
     {"too-many-attempts", 429, "Too many log-ins have failed", "60"},
-    {"too-many-streams", 429, "This device watches too often at once", "30"},
+    {"too-many-streams", 429, "This device has too many streams open", "30"},
     {"cannot-pair", 503, "No further device can be paired"},
     {"agent-gone", 503, "The television does not answer", "1"},
 };

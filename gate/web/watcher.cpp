@@ -146,7 +146,9 @@ asio::awaitable<void> Watcher::beat_() {
 }
 
 bool Watcher::isAgentSilent_() const {
-    return steady_clock::now() - m_asked > kSilence && !m_door.queue.isAtSlowCommand();
+    // A question may also wait behind others, which an agent that is well is busy with.
+    const Time since = std::max(m_asked, m_door.queue.agentHeard());
+    return steady_clock::now() - since > kSilence && !m_door.queue.isAtSlowCommand();
 }
 
 void Watcher::setUp_(bool isUp) {
@@ -195,8 +197,10 @@ void Watcher::takeWindows_(const std::string& document) {
     for (const XMLNode& item : companion::itemsOf(root)) {
         Window window{companion::childText(item, protocol::kWindowIdElement),
                       companion::childText(item, protocol::kWindowTitleElement), ""};
-        const auto known =
-            std::ranges::find_if(m_windows, [&](const Window& old) { return old.id == window.id; });
+        // While nobody watched, another program may have got the number of one that has ended.
+        const auto known = std::ranges::find_if(m_windows, [&](const Window& old) {
+            return old.id == window.id && (m_isKnown || old.title == window.title);
+        });
         window.package = known == m_windows.end() ? openedBy_(window.title) : known->package;
         found.push_back(std::move(window));
     }

@@ -75,7 +75,8 @@ class Watcher final {
     /// Something was done that shows soon: the next look is not put off.
     void hurry();
 
-    bool isAgentUp() const noexcept { return m_isUp; }
+    /// Somebody watches, so that the windows are those of a second ago.
+    bool isKnown() const noexcept { return m_isKnown; }
     const Session& session() const noexcept { return m_session; }
     nlohmann::ordered_json windowsAsJson() const;
     nlohmann::ordered_json sessionAsJson() const;

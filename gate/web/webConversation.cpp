@@ -1,5 +1,8 @@
 #include "gate/web/webConversation.h"
 
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
@@ -64,7 +67,8 @@ asio::awaitable<Incoming> readRequest(Stream& stream, beast::flat_buffer& buffer
     const auto [error, count] = co_await http::async_read(stream, buffer, parser, kResult);
     if (error) {
         incoming.problem = problemOf(error);
-    } else if (parser.get().count(http::field::host) > 1 || parser.chunked()) {
+    } else if (parser.get().count(http::field::host) > 1 ||
+               parser.get().count(http::field::transfer_encoding) > 0) {
         // Whoever stands in front may read such a request in another way than the gate does.
         incoming.problem = Problem{ProblemKind::badRequest};
     } else {
@@ -78,9 +82,18 @@ template <typename Stream>
 asio::awaitable<bool> give(Stream& stream, WebContext& context, const Request& request,
                            Response& response) {
     complete(response, request, context.door.settings.web.isStrict);
+    response.keep_alive(response.keep_alive() && !context.isEnding);
     beast::get_lowest_layer(stream).expires_after(seconds(context.door.settings.silenceSeconds));
     const auto [error, count] = co_await http::async_write(stream, response, kResult);
     co_return !error;
+}
+
+/// Has the kernel end a connection whose peer acknowledges nothing for `limit`: a phone that leaves
+/// the network says no word, and the buffer of its socket takes events for many minutes.
+void endWhenDeaf(asio::ip::tcp::socket& socket, seconds limit) {
+    const auto milliseconds = static_cast<unsigned>(std::chrono::milliseconds(limit).count());
+    setsockopt(socket.native_handle(), IPPROTO_TCP, TCP_USER_TIMEOUT, &milliseconds,
+               sizeof milliseconds);
 }
 
 template <typename Stream>
@@ -101,10 +114,11 @@ asio::awaitable<void> streamEvents(Stream& stream, WebContext& context, Request&
     PlainStream& lowest = beast::get_lowest_layer(stream);
     const seconds silence(context.door.settings.silenceSeconds);
     lowest.expires_after(silence);
+    endWhenDeaf(lowest.socket(), silence);
     http::response_serializer<http::string_body> serializer(head);
     auto [error, count] = co_await http::async_write_header(stream, serializer, kResult);
     const auto subscription = context.watcher.subscribe();
-    while (!error) {
+    while (!error && !context.isEnding) {
         lowest.expires_never();
         const std::string events = co_await subscription->next();
         if (events.empty() || !context.devices.isPaired(device)) {

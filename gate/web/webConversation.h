@@ -22,6 +22,7 @@ struct WebContext {
     Api& api;
     Site site;
     Places<std::string> streams{};  ///< of events, by device
+    bool isEnding = false;          ///< each connection ends after what is in work
 };
 
 /// A browser's connection, as the door sees it.

@@ -9,6 +9,7 @@
 #include "gate/listener.h"
 #include "gate/log.h"
 #include "gate/web/certificate.h"
+#include "gate/web/childProcess.h"
 #include "gate/web/hostNames.h"
 
 namespace gate {
@@ -27,10 +28,11 @@ WebDoor::WebDoor(asio::io_context& context, Door& door, Devices& devices, Pairin
       m_door(door),
       m_stateDirectory(stateDirectory),
       m_acceptor(listenOn(context, door.settings.web.port)),
-      m_tls(readCertificate_()),
       m_watcher(context, door),
       m_api(door, m_watcher, devices, codes),
-      m_shared{door, devices, m_watcher, m_api, site_()} {}
+      m_shared{door, devices, m_watcher, m_api, site_()} {
+    checkCertificate_();
+}
 
 void WebDoor::start() {
     const auto take = [this](tcp::socket socket) { take_(std::move(socket)); };
@@ -41,11 +43,20 @@ void WebDoor::start() {
     });
 }
 
+/// Many a household has apps alone: the library for TLS, a third of the gate's memory, comes with
+/// the first browser. Until then a child looks whether it can be used.
+void WebDoor::checkCertificate_() const {
+    if (m_door.settings.web.isPlain) {
+        return;
+    }
+    const std::string fault = faultInChild([this] { readCertificate_(); });
+    if (!fault.empty()) {
+        throw std::runtime_error(fault);
+    }
+}
+
 std::shared_ptr<asio::ssl::context> WebDoor::readCertificate_() const {
     const Settings::Web& web = m_door.settings.web;
-    if (web.isPlain) {
-        return nullptr;
-    }
     CertificateFiles files{web.certificate, web.key};
     if (files.certificate.empty()) {
         files = ensureCertificate(m_stateDirectory, ownHostNames());
@@ -76,9 +87,9 @@ Site WebDoor::site_() const {
 }
 
 void WebDoor::reload() {
-    std::shared_ptr<TlsContext> tls = readCertificate_();
+    checkCertificate_();
     m_shared.site = site_();
-    m_tls = std::move(tls);
+    m_tls.reset();
 }
 
 std::string WebDoor::pairingAddress(const std::string& code) const {
@@ -111,13 +122,16 @@ asio::awaitable<void> WebDoor::serve_(tcp::socket socket, Admitted admitted) {
 }
 
 asio::awaitable<void> WebDoor::converse_(tcp::socket socket, WebConnection& connection) {
-    const std::shared_ptr<TlsContext> tls = m_tls;  // a reload may put another in its place
-    if (tls == nullptr) {
+    if (m_door.settings.web.isPlain) {
         PlainStream stream(std::move(socket));
         connection.stream = &stream;
         co_await converseWeb(stream, m_shared, connection);
         co_return;
     }
+    if (m_tls == nullptr) {
+        m_tls = readCertificate_();
+    }
+    const std::shared_ptr<TlsContext> tls = m_tls;  // a reload puts another in its place
     TlsStream stream(std::move(socket), *tls);
     connection.stream = &stream.next_layer();
     stream.next_layer().expires_after(std::chrono::seconds(m_door.settings.requestSeconds));
@@ -130,6 +144,7 @@ asio::awaitable<void> WebDoor::converse_(tcp::socket socket, WebConnection& conn
 void WebDoor::end() {
     boost::system::error_code ignored;
     m_acceptor.close(ignored);
+    m_shared.isEnding = true;
     m_watcher.end();
     for (WebConnection* const connection : m_connections) {
         if (connection->isAsking && connection->stream != nullptr) {

@@ -38,6 +38,7 @@ class WebDoor final {
   private:
     using TlsContext = boost::asio::ssl::context;
 
+    void checkCertificate_() const;
     std::shared_ptr<TlsContext> readCertificate_() const;
     Site site_() const;
     void take_(boost::asio::ip::tcp::socket socket);
@@ -49,7 +50,7 @@ class WebDoor final {
     Door& m_door;
     std::string m_stateDirectory;
     boost::asio::ip::tcp::acceptor m_acceptor;
-    std::shared_ptr<TlsContext> m_tls;  ///< null: no TLS
+    std::shared_ptr<TlsContext> m_tls;  ///< null until a browser comes
     Watcher m_watcher;
     Api m_api;
     WebContext m_shared;

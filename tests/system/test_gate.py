@@ -132,6 +132,22 @@ def test_refreshed_mark_reaches_every_address(nas, daemon, start_gate):
     assert [marks.count("true") for marks in told.values()] == [1, 1]
 
 
+def test_turns(daemon, start_gate):
+    """Nobody waits for a second request of somebody else, not even where both ask the same."""
+    gate = start_gate()
+    wait_until(lambda: status(gate)["agent"] == "up")
+    os.kill(daemon.pid, signal.SIGSTOP)
+    with ThreadPoolExecutor(6) as clients:
+        for row, (address, *sent) in enumerate([
+                (HERE, "Launch", "A"), (HERE, "Launch", "B"), (HERE, "Launch", "C"),
+                (HERE, "GetStatus"), (THERE, "GetStatus"), (ELSEWHERE, "GetCurrentUser")]):
+            clients.submit(ask_from, address, request(*sent))
+            wait_until(lambda least=row: status(gate)["waiting"] == least + 1)
+        os.kill(daemon.pid, signal.SIGCONT)
+    assert re.findall("<cmd>(\\w+)", daemon.log()) == [
+        "Launch", "Launch", "GetStatus", "GetCurrentUser", "Launch"]
+
+
 @pytest.mark.usefixtures("desktop")
 def test_agent_that_comes_back(start_daemon, start_gate):
     """Stopped, then killed, then started anew: whoever waits is served by the next one."""

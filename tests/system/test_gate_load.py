@@ -9,8 +9,9 @@ from contextlib import ExitStack
 import psutil
 import pytest
 
-from box import PATIENCE, built_with, payload, request, text, wait_until
+from box import PATIENCE, built_with, payload, receive, request, text, wait_until
 from conftest import KALLOGATE, Gate, run
+from test_clients import IMAGE_SIZE, PAD_ICON
 from test_gate import ask_from, status
 
 SENT = [b"", request("GetStatus")[:-1], request("GetIcon", "Player", "pad")]
@@ -47,6 +48,18 @@ def test_a_thousand_connections(start_gate, knock):
     knock(999, b"")
     wait_until(lambda: status(gate)["connections"] == 1000)
     assert ask_from(address(1000)) == "" and status(gate)["refused"]["too_many_connections"] >= 1
+
+
+@pytest.mark.skipif(built_with("asan") or built_with("tsan"),
+                    reason="sanitizers keep memory that has been freed")
+@pytest.mark.usefixtures("daemon")
+def test_icon_that_nobody_takes(start_gate, knock):
+    PAD_ICON.write_bytes(b"\x89" * IMAGE_SIZE)
+    memory = psutil.Process(start_gate().process.pid).memory_info
+    before = memory().rss
+    for number in range(30):
+        receive(knock(number, SENT[2]), lambda data: b"</ZelvDocRoot>" in data)
+    assert memory().rss - before < 30 * IMAGE_SIZE / 2
 
 
 @pytest.mark.skipif(built_with("asan"),

@@ -75,9 +75,13 @@ def test_who_is_let_in(desktop, daemon, start_gate):
             (404, "GET /api/v1/packages/..%2F..%2Fetc%2Fpasswd/icon/phone"), (404, "GET /index.html"),
             (405, "GET /api/v1/launch"), (405, "PUT /api/v1/launch"), (405, "POST /"), (200, "HEAD /")]:
         assert exchange(head(line, Cookie=cookie, Origin=f"https://{OWN}"))[0] == status, line
+    assert post("pair", {}, Content_Type=None)[0] == 415
     assert "<cmd>Launch" not in daemon.log()
     assert post("launch", LAUNCH, Cookie=f"a=b; {cookie}")[0] == 204
     assert "<cmd>Launch" in daemon.log()
+    status = head("GET /api/v1/status", Cookie=cookie)
+    wait_until(lambda: '"package":"Player"' in exchange(status)[1])
+    assert '"title":"Torvik","package":null' in exchange(status)[1]
 
 
 def test_what_is_no_request(daemon, start_gate):
@@ -86,13 +90,17 @@ def test_what_is_no_request(daemon, start_gate):
     gate = start_gate(seconds="request = 1")
     cookie = paired(gate)
     behind = head("GET /api/v1/status", Cookie=cookie)
+    kept = {"Connection": None}
     for status, sent in [
-            (400, head("POST /api/v1/launch", Content_Length=5, Transfer_Encoding="chunked")),
-            (400, head("POST /api/v1/launch", Transfer_Encoding="chunked") + b"0\r\n\r\n"),
-            (400, head("POST /api/v1/launch", Transfer_Encoding="x, chunked") + b"0\r\n\r\n"),
-            (400, head("GET /", Content_Length="0\r\nContent-Length: 9")),
-            (400, head("GET /", Content_Length="+5")), (400, head("GET /", Content_Length="5, 6")),
-            (400, head("GET /", Host=f"{OWN}\r\nHost: evil.example")),
+            (400, head("POST /api/v1/launch", Content_Length=5, Transfer_Encoding="chunked", **kept)),
+            (400, head("POST /api/v1/launch", Transfer_Encoding="chunked", **kept) + b"0\r\n\r\n"),
+            (400, head("GET /", Transfer_Encoding="x, chunked", **kept) + b"0\r\n\r\n"),
+            (400, head("GET /", Transfer_Encoding="xchunked", **kept)),
+            (400, head("GET /", Transfer_Encoding="chunked, identity", **kept)),
+            (400, head("GET /", Content_Length="0\r\nContent-Length: 9", **kept)),
+            (400, head("GET /", Content_Length="+5", **kept)),
+            (400, head("GET /", Content_Length="5, 6", **kept)),
+            (400, head("GET /", Host=f"{OWN}\r\nHost: evil.example", **kept)),
             (400, head("GET /", Host=OWN).replace(b"\r\n", b"\n")),
             (400, head("GET /").replace(b"Host:", b"Host :")),
             (400, head("GET /", X="a\r\n b:\0")), (400, b"\x16\x03\x01\x02\x00" * 9),

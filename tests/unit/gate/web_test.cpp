@@ -55,6 +55,7 @@ TEST(Call, IsReadByTheTable) {
     const std::tuple<Request, ProblemKind> rows[] = {
         {post("login", R"({"user":"a"})"), ProblemKind::badRequest},
         {post("login", R"({"user":1,"password":"b"})"), ProblemKind::badRequest},
+        {post("launch", R"({"package":"Player\u0000"})"), ProblemKind::badRequest},
         {post("logout", ""), ProblemKind::badRequest},
         {post("logout", "[]"), ProblemKind::badRequest},
         {post("logout", "{"), ProblemKind::badRequest},
@@ -63,6 +64,7 @@ TEST(Call, IsReadByTheTable) {
         {post("logout/", "{}"), ProblemKind::notFound},
         {{http::verb::get, "/api/v1/packages//icon/pad", 11}, ProblemKind::notFound},
         {{http::verb::get, "/api/v1/packages/a/icon/tv", 11}, ProblemKind::notFound},
+        {{http::verb::get, "/api/v1/packages/a%00/icon/pad", 11}, ProblemKind::notFound},
         {{http::verb::get, "/api/v1/", 11}, ProblemKind::notFound},
         {{http::verb::post, "/api/v1/logout", 11, "{}"}, ProblemKind::wrongType},
     };
