@@ -40,11 +40,12 @@ constexpr size_t kLongestName = 255;       ///< of a package: its folder's
 constexpr size_t kLongestCredential = 88;  ///< base64 of an enciphered block of 64 bytes
 constexpr size_t kLongestPlainPassword = 64;
 
-/// A text without control characters, in UTF-8.
+/// A text without control characters, in UTF-8. A blank at an end, written as a reference, is one
+/// that the agent keeps and finds in no name; written anew it would be cut off, and the name found.
 bool isName(std::string_view text) {
     const auto isControl = [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; };
-    return text.size() <= kLongestName && support::isUtf8(text) &&
-           std::ranges::none_of(text, isControl);
+    return !text.starts_with(' ') && !text.ends_with(' ') && text.size() <= kLongestName &&
+           support::isUtf8(text) && std::ranges::none_of(text, isControl);
 }
 
 /// Base64 without what many phones' encoders put inside; none when that is no base64.

@@ -32,6 +32,7 @@ TEST(RequestCheck, WritesWhatIsSoundAnew) {
         {request("Launch", {name + "n"}), refused, "vexa_not_found"},
         {request("Launch", {"\xFF"}), refused, "vexa_not_found"},
         {request("Launch", {"a&#127;"}), refused, "vexa_not_found"},
+        {request("Launch", {"a&#32;"}), refused, "vexa_not_found"},
         {request("GetIcon", {"a", "pad"}), sound, request("GetIcon", {"a", "pad"})},
         {request("GetIcon", {"a", "Pad"}), noIcon},
         {request("Login", {block, "YW\r\n Rt"}), sound, request("Login", {block, "YWRt"})},
