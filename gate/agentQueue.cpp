@@ -82,43 +82,49 @@ AgentQueue::JobPtr AgentQueue::join_(const Address& client, const std::string& r
     }
     // One that was joined is in the lines of all who ask for it: a client that waits behind many
     // requests of its own must not make the others wait for those.
-    std::deque<JobPtr>& line = m_lines[client];
-    if (line.empty()) {
-        m_turns.push_back(client);
+    Line& line = m_lines[client];
+    if (line.jobs.empty()) {
+        line.turn = ++m_lastTurn;
+        m_turns.emplace_back(client, line.turn);
     }
-    if (std::ranges::find(line, job) == line.end()) {
-        line.push_back(job);
+    if (std::ranges::find(line.jobs, job) == line.jobs.end()) {
+        line.jobs.push_back(job);
+        job->askers.push_back(client);
     }
     return job;
 }
 
-void AgentQueue::take_(Job& job) {
-    job.isTaken = true;
-    if (const auto shared = m_shared.find(job.request);
-        shared != m_shared.end() && shared->second.get() == &job) {
+/// It waits no more, in nobody's line: who asks for something else now has a turn of its own.
+void AgentQueue::take_(const JobPtr& job) {
+    for (const Address& asker : job->askers) {
+        const auto line = m_lines.find(asker);
+        std::erase(line->second.jobs, job);
+        if (line->second.jobs.empty()) {
+            m_lines.erase(line);
+        }
+    }
+    if (const auto shared = m_shared.find(job->request);
+        shared != m_shared.end() && shared->second == job) {
         m_shared.erase(shared);
     }
 }
 
 AgentQueue::JobPtr AgentQueue::next_() {
-    JobPtr job;
-    while (!job && !m_turns.empty()) {
-        const Address address = m_turns.front();
+    while (!m_turns.empty()) {
+        const auto [address, turn] = m_turns.front();
         m_turns.pop_front();
         const auto line = m_lines.find(address);
-        std::erase_if(line->second, [](const JobPtr& each) { return each->isTaken; });
-        if (!line->second.empty()) {
-            job = line->second.front();
-            line->second.pop_front();
-            take_(*job);
+        if (line == m_lines.end() || line->second.turn != turn) {
+            continue;
         }
-        if (line->second.empty()) {
-            m_lines.erase(line);
-        } else {
-            m_turns.push_back(address);
+        JobPtr job = line->second.jobs.front();
+        take_(job);
+        if (m_lines.contains(address)) {
+            m_turns.emplace_back(address, turn);
         }
+        return job;
     }
-    return job;
+    return nullptr;
 }
 
 void AgentQueue::finish_(const JobPtr& job, AgentReply reply) {
@@ -198,17 +204,16 @@ asio::awaitable<AgentReply> AgentQueue::converse_(Job& job) {
 /// While the agent is away, nobody waits longer than a conversation may take.
 void AgentQueue::giveUpLate_() {
     const Time now = steady_clock::now();
-    for (auto& [address, line] : m_lines) {
-        std::erase_if(line, [&](const JobPtr& job) {
-            if (!job->isTaken && now - job->arrival > limitOf_(job->command)) {
-                take_(*job);
-                finish_(job, {});
-            }
-            return job->isTaken;
+    std::vector<JobPtr> late;
+    for (const auto& [address, line] : m_lines) {
+        std::ranges::copy_if(line.jobs, std::back_inserter(late), [&](const JobPtr& job) {
+            return job->askers.front() == address && now - job->arrival > limitOf_(job->command);
         });
     }
-    m_turns.remove_if([this](const Address& address) { return m_lines[address].empty(); });
-    std::erase_if(m_lines, [](const auto& entry) { return entry.second.empty(); });
+    for (const JobPtr& job : late) {
+        take_(job);
+        finish_(job, {});
+    }
 }
 
 std::chrono::seconds AgentQueue::limitOf_(const Command* command) const {

@@ -7,9 +7,10 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <deque>
-#include <list>
 #include <map>
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include "gate/agentClient.h"
 #include "gate/networks.h"
@@ -62,7 +63,7 @@ class AgentQueue final {
         Time arrival;
         Time begun{};
         boost::asio::steady_timer finished;  ///< cancelled when `answer` holds
-        bool isTaken = false;  ///< it waits no more, although it may still stand in a line
+        std::vector<Address> askers{};       ///< in whose lines it stands
         bool isDone = false;
         Answer answer{};
     };
@@ -71,7 +72,7 @@ class AgentQueue final {
 
     JobPtr join_(const Address& client, const std::string& request, const Command* command,
                  Time arrival);
-    void take_(Job& job);
+    void take_(const JobPtr& job);
     JobPtr next_();  ///< null when none waits
     void finish_(const JobPtr& job, AgentReply reply);
     void keepOnce_(const std::string& request, Payload& payload);
@@ -83,8 +84,16 @@ class AgentQueue final {
 
     boost::asio::io_context& m_context;
     const Settings& m_settings;
-    std::map<Address, std::deque<JobPtr>> m_lines;
-    std::list<Address> m_turns;              ///< the addresses that have a line, the next one first
+    /// What waits of one address; there while something does.
+    struct Line {
+        uint64_t turn = 0;  ///< in m_turns
+        std::deque<JobPtr> jobs{};
+    };
+
+    std::map<Address, Line> m_lines;
+    /// Whose turn it is, the next one first; one whose line has ended meanwhile is passed over.
+    std::deque<std::pair<Address, uint64_t>> m_turns;
+    uint64_t m_lastTurn = 0;
     std::map<std::string, JobPtr> m_shared;  ///< requests that wait and may be joined
     /// The last payload of each request, while a client has yet to take it.
     std::map<std::string, Payload::weak_type> m_payloads;
