@@ -205,9 +205,10 @@ asio::awaitable<AgentReply> AgentQueue::converse_(Job& job) {
 void AgentQueue::giveUpLate_() {
     const Time now = steady_clock::now();
     std::vector<JobPtr> late;
-    for (const auto& [address, line] : m_lines) {
-        std::ranges::copy_if(line.jobs, std::back_inserter(late), [&](const JobPtr& job) {
-            return job->askers.front() == address && now - job->arrival > limitOf_(job->command);
+    for (const auto& entry : m_lines) {
+        std::ranges::copy_if(entry.second.jobs, std::back_inserter(late), [&](const JobPtr& job) {
+            return job->askers.front() == entry.first &&
+                   now - job->arrival > limitOf_(job->command);
         });
     }
     for (const JobPtr& job : late) {
